@@ -1,0 +1,26 @@
+#ifndef VELMIO_OS_OPENER_SYS_H_
+#define VELMIO_OS_OPENER_SYS_H_
+
+#include <string>
+
+#include "os/opener_os.h"
+
+namespace velm::io {
+
+class OpenerSys final : public OpenerOS {
+ public:
+  OpenerSys();
+  ~OpenerSys() override;
+
+  OpenerType GetType() const override;
+  Input* OpenInput(const std::string& path) override;
+  Output* OpenOutput(const std::string& path) override;
+  const std::string& GetName() const override;
+
+ private:
+  std::string name;
+};
+
+}  // namespace velm::io
+
+#endif  // VELMIO_OS_OPENER_SYS_H_

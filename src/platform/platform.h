@@ -1,0 +1,241 @@
+#ifndef VELMIO_PLATFORM_PLATFORM_H_
+#define VELMIO_PLATFORM_PLATFORM_H_
+
+// The one door to the operating system. Subsystems call the services by their
+// Windows names, as platform::CreateFileW(...), with the Windows constants.
+// On Windows these are the real functions; elsewhere src/platform/posix/
+// implements the same names over POSIX.
+
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+#if defined(_WIN32)
+
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#include <shellapi.h>
+#include <shlobj.h>
+#include <shlwapi.h>
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+// <windows.h> would otherwise rename Opener::RemoveDirectory in every file
+// that includes both.
+#undef RemoveDirectory
+
+#define VELM_WIDE(text) L##text
+
+namespace platform {
+
+using ::BOOL;
+using ::DWORD;
+using ::FILETIME;
+using ::HANDLE;
+using ::SHFILEOPSTRUCTW;
+using ::UINT;
+using ::WIN32_FIND_DATAW;
+using WCHAR = wchar_t;
+using Stat64 = struct ::_stat64;
+
+inline constexpr char kPathSeparator = '\\';
+
+using ::CloseHandle;
+using ::CreateFileMappingW;
+using ::CreateFileW;
+using ::DeleteFileW;
+using ::FindClose;
+using ::FindFirstFileW;
+using ::FindNextFileW;
+using ::GetCurrentDirectoryW;
+using ::GetFileAttributesW;
+using ::GetFileSize;
+using ::GetFileTime;
+using ::MapViewOfFile;
+using ::MultiByteToWideChar;
+using ::PathAppendW;
+using ::PathCanonicalizeW;
+using ::PathIsRelativeW;
+using ::SHCreateDirectoryExW;
+using ::SHFileOperationW;
+using ::UnmapViewOfFile;
+using ::WideCharToMultiByte;
+
+using ::_close;
+using ::_fileno;
+using ::_fseeki64;
+using ::_fstat64;
+using ::_ftelli64;
+using ::_lseeki64;
+using ::_mktime64;
+using ::_read;
+using ::_wfopen;
+using ::_write;
+using ::_wsopen_s;
+using ::fclose;
+using ::feof;
+using ::fread;
+using ::fwrite;
+
+}  // namespace platform
+
+#else  // POSIX
+
+#define VELM_WIDE(text) u##text
+
+namespace platform {
+
+using BOOL = int;
+using DWORD = std::uint32_t;
+using UINT = unsigned int;
+using HANDLE = void*;
+using WCHAR = char16_t;
+
+struct FILETIME {
+  DWORD dwLowDateTime;
+  DWORD dwHighDateTime;
+};
+
+struct WIN32_FIND_DATAW {
+  DWORD dwFileAttributes;
+  FILETIME ftCreationTime;
+  FILETIME ftLastAccessTime;
+  FILETIME ftLastWriteTime;
+  DWORD nFileSizeHigh;
+  DWORD nFileSizeLow;
+  DWORD dwReserved0;
+  DWORD dwReserved1;
+  WCHAR cFileName[260];
+  WCHAR cAlternateFileName[14];
+};
+
+struct SHFILEOPSTRUCTW {
+  void* hwnd;
+  UINT wFunc;
+  const WCHAR* pFrom;
+  const WCHAR* pTo;
+  unsigned short fFlags;
+  BOOL fAnyOperationsAborted;
+  void* hNameMappings;
+  const WCHAR* lpszProgressTitle;
+};
+
+struct Stat64 {
+  std::int64_t st_size;
+  std::int64_t st_mtime;
+  unsigned int st_mode;
+};
+
+inline constexpr char kPathSeparator = '/';
+
+// Text (kernel32).
+int MultiByteToWideChar(UINT code_page, DWORD flags, const char* source,
+                        int source_bytes, WCHAR* destination,
+                        int destination_units);
+int WideCharToMultiByte(UINT code_page, DWORD flags, const WCHAR* source,
+                        int source_units, char* destination,
+                        int destination_bytes, const char* default_char,
+                        BOOL* used_default_char);
+
+// Paths (kernel32, shlwapi).
+DWORD GetCurrentDirectoryW(DWORD size, WCHAR* destination);
+BOOL PathIsRelativeW(const WCHAR* path);
+BOOL PathAppendW(WCHAR* path, const WCHAR* more);
+BOOL PathCanonicalizeW(WCHAR* destination, const WCHAR* source);
+
+// Files (kernel32, shell32).
+DWORD GetFileAttributesW(const WCHAR* path);
+HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD share_mode,
+                   void* security, DWORD disposition, DWORD flags,
+                   HANDLE template_file);
+BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* last_access,
+                 FILETIME* last_write);
+DWORD GetFileSize(HANDLE file, DWORD* size_high);
+BOOL CloseHandle(HANDLE handle);
+BOOL DeleteFileW(const WCHAR* path);
+int SHCreateDirectoryExW(void* window, const WCHAR* path, const void* security);
+int SHFileOperationW(SHFILEOPSTRUCTW* operation);
+
+// Directory enumeration (kernel32).
+HANDLE FindFirstFileW(const WCHAR* pattern, WIN32_FIND_DATAW* found);
+BOOL FindNextFileW(HANDLE search, WIN32_FIND_DATAW* found);
+BOOL FindClose(HANDLE search);
+
+// File mapping (kernel32).
+HANDLE CreateFileMappingW(HANDLE file, void* security, DWORD protect,
+                          DWORD maximum_size_high, DWORD maximum_size_low,
+                          const WCHAR* name);
+void* MapViewOfFile(HANDLE mapping, DWORD access, DWORD offset_high,
+                    DWORD offset_low, std::size_t bytes);
+BOOL UnmapViewOfFile(const void* view);
+
+// CRT descriptors.
+int _wsopen_s(int* descriptor, const WCHAR* path, int oflag, int shflag,
+              int pmode);
+int _fstat64(int descriptor, Stat64* status);
+std::int64_t _lseeki64(int descriptor, std::int64_t offset, int whence);
+int _read(int descriptor, void* buffer, unsigned int count);
+int _write(int descriptor, const void* buffer, unsigned int count);
+int _close(int descriptor);
+
+// CRT stdio.
+std::FILE* _wfopen(const WCHAR* path, const WCHAR* mode);
+using ::fclose;
+using ::feof;
+using ::fread;
+using ::fwrite;
+int _fileno(std::FILE* file);
+int _fseeki64(std::FILE* file, std::int64_t offset, int whence);
+std::int64_t _ftelli64(std::FILE* file);
+
+// CRT time.
+std::int64_t _mktime64(std::tm* time);
+
+}  // namespace platform
+
+// The Windows constants the library passes, with their Windows values.
+#define CP_UTF8 65001u
+#define MAX_PATH 260
+#define GENERIC_READ 0x80000000u
+#define FILE_SHARE_READ 0x00000001u
+#define OPEN_EXISTING 3u
+#define FILE_ATTRIBUTE_DIRECTORY 0x00000010u
+#define FILE_ATTRIBUTE_NORMAL 0x00000080u
+#define INVALID_FILE_ATTRIBUTES 0xFFFFFFFFu
+#define INVALID_HANDLE_VALUE (reinterpret_cast<platform::HANDLE>(-1))
+#define PAGE_READONLY 0x02u
+#define FILE_MAP_READ 0x0004u
+#define ERROR_ALREADY_EXISTS 183
+#define ERROR_BAD_PATHNAME 161
+#define ERROR_FILE_NOT_FOUND 2
+#define FO_DELETE 0x0003u
+#define FOF_SILENT 0x0004u
+#define FOF_NOCONFIRMATION 0x0010u
+#define FOF_NOCONFIRMMKDIR 0x0200u
+#define FOF_NOERRORUI 0x0400u
+#define _O_RDONLY 0x0000
+#define _O_WRONLY 0x0001
+#define _O_RANDOM 0x0010
+#define _O_SEQUENTIAL 0x0020
+#define _O_CREAT 0x0100
+#define _O_TRUNC 0x0200
+#define _O_BINARY 0x8000
+#define _SH_DENYNO 0x40
+#define _S_IREAD 0x0100
+#define _S_IWRITE 0x0080
+
+#endif  // _WIN32
+
+namespace platform {
+using WideString = std::basic_string<WCHAR>;
+}  // namespace platform
+
+#endif  // VELMIO_PLATFORM_PLATFORM_H_

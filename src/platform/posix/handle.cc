@@ -1,0 +1,64 @@
+#include "platform/posix/handle.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform {
+
+using posix::FromHandle;
+using posix::Handle;
+
+HANDLE CreateFileW(const WCHAR* path, DWORD, DWORD, void*, DWORD, DWORD,
+                   HANDLE) {
+  // Only read access to an existing file is ever asked for. Share modes have
+  // no POSIX meaning and are not emulated.
+  int fd = ::open(posix::ToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return INVALID_HANDLE_VALUE;
+  struct stat status;
+  if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) {
+    ::close(fd);
+    return INVALID_HANDLE_VALUE;
+  }
+  return new Handle{Handle::Kind::kFile, fd};
+}
+
+DWORD GetFileSize(HANDLE file, DWORD* size_high) {
+  struct stat status;
+  if (::fstat(FromHandle(file)->fd, &status) != 0) return 0xFFFFFFFFu;
+  auto size = static_cast<std::uint64_t>(status.st_size);
+  if (size_high != nullptr) *size_high = static_cast<DWORD>(size >> 32);
+  return static_cast<DWORD>(size);
+}
+
+BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* last_access,
+                 FILETIME* last_write) {
+  struct stat status;
+  if (::fstat(FromHandle(file)->fd, &status) != 0) return 0;
+  auto to_filetime = [](const struct timespec& time, FILETIME* out) {
+    if (out == nullptr) return;
+    // 100 ns ticks since 1601-01-01, the Windows epoch.
+    std::uint64_t ticks = static_cast<std::uint64_t>(
+        (static_cast<std::int64_t>(time.tv_sec) + 11644473600LL) * 10000000LL +
+        time.tv_nsec / 100);
+    out->dwLowDateTime = static_cast<DWORD>(ticks);
+    out->dwHighDateTime = static_cast<DWORD>(ticks >> 32);
+  };
+  to_filetime(status.st_ctim, creation);
+  to_filetime(status.st_atim, last_access);
+  to_filetime(status.st_mtim, last_write);
+  return 1;
+}
+
+BOOL CloseHandle(HANDLE handle) {
+  if (handle == nullptr || handle == INVALID_HANDLE_VALUE) return 0;
+  Handle* object = FromHandle(handle);
+  if (object->kind == Handle::Kind::kSearch) return 0;
+  int result = ::close(object->fd);
+  delete object;
+  return result == 0 ? 1 : 0;
+}
+
+}  // namespace platform

@@ -1,0 +1,30 @@
+#ifndef VELMIO_PLATFORM_POSIX_HANDLE_H_
+#define VELMIO_PLATFORM_POSIX_HANDLE_H_
+
+#include <dirent.h>
+
+#include <cstdint>
+
+#include "platform/platform.h"
+
+namespace platform::posix {
+
+// What a HANDLE points at on POSIX. CloseHandle and FindClose release it.
+struct Handle {
+  enum class Kind { kFile, kMapping, kSearch };
+  Kind kind;
+  int fd = -1;             // kFile, kMapping: an open descriptor
+  std::uint64_t size = 0;  // kMapping: bytes to map
+  DIR* directory = nullptr;  // kSearch
+};
+
+inline Handle* FromHandle(HANDLE handle) { return static_cast<Handle*>(handle); }
+
+// Converts with the same rules as the Windows calls; malformed input becomes
+// U+FFFD. Helpers for the POSIX side, not part of the platform interface.
+std::string ToUtf8(const WCHAR* text);
+WideString ToWide(const std::string& text);
+
+}  // namespace platform::posix
+
+#endif  // VELMIO_PLATFORM_POSIX_HANDLE_H_
