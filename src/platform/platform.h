@@ -130,7 +130,6 @@ struct SHFILEOPSTRUCTW {
 
 struct Stat64 {
   std::int64_t st_size;
-  std::int64_t st_mtime;
   unsigned int st_mode;
 };
 
