@@ -89,7 +89,15 @@ int Extract(io::Opener& archive, const std::string& directory) {
   std::vector<std::string> names;
   archive.ListFiles("", true, names);
   int failed = 0;
-  for (const std::string& name : names) {
+  for (const std::string& listed : names) {
+    // Only the archive's own canonical form of a name is used on disk: it has
+    // no ".." and no leading separator, so nothing lands outside root.
+    std::string name;
+    if (!archive.StandardizePath(listed, name) || name.empty()) {
+      std::fprintf(stderr, "velmio: skipping %s\n", listed.c_str());
+      ++failed;
+      continue;
+    }
     std::string target;
     std::string parent = root;
     std::string::size_type slash = name.rfind('/');

@@ -1,18 +1,79 @@
 #include "os/opener_os.h"
 
-namespace velm::io {
+#include <cstdint>
 
-// Placeholder answers until the OS file-system operations land.
+#include "os/make_absolute_path.h"
+#include "os/wide_path.h"
+#include "platform/platform.h"
+
+namespace velm::io {
+namespace {
+
+// FILETIME ticks are 100 ns since 1601-01-01; this many seconds lie between
+// that day and 1970-01-01.
+constexpr uint64_t kTicksPerSecond = 10000000;
+constexpr int64_t kSecondsFrom1601To1970 = 11644473600LL;
+constexpr unsigned short kNoUi = FOF_SILENT | FOF_NOCONFIRMATION |
+                                 FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
+
+}  // namespace
+
 OpenerOS::~OpenerOS() = default;
+
 const std::string& OpenerOS::GetRoot() const { return root; }
-bool OpenerOS::IsFile(const std::string&) { return false; }
-bool OpenerOS::IsDirectory(const std::string&) { return false; }
-bool OpenerOS::StandardizePath(const std::string&, std::string&) { return false; }
-int64_t OpenerOS::GetModifiedTime(const std::string&) { return -1; }
-bool OpenerOS::CreateDirectories(const std::string&) { return false; }
-bool OpenerOS::RemoveFile(const std::string&) { return false; }
-bool OpenerOS::RemoveDirectory(const std::string&) { return false; }
-void OpenerOS::List(const std::string&, std::vector<std::string>&) {}
-void OpenerOS::ListFiles(const std::string&, bool, std::vector<std::string>&) {}
+
+bool OpenerOS::IsFile(const std::string& path) {
+  WidePath wide(path.c_str());
+  platform::DWORD attributes = platform::GetFileAttributesW(wide.text);
+  return attributes != INVALID_FILE_ATTRIBUTES &&
+         (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool OpenerOS::IsDirectory(const std::string& path) {
+  WidePath wide(path.c_str());
+  platform::DWORD attributes = platform::GetFileAttributesW(wide.text);
+  return attributes != INVALID_FILE_ATTRIBUTES &&
+         (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool OpenerOS::StandardizePath(const std::string& path, std::string& out) {
+  return MakeAbsolutePath(path, out);
+}
+
+int64_t OpenerOS::GetModifiedTime(const std::string& path) {
+  WidePath wide(path.c_str());
+  // No FILE_FLAG_BACKUP_SEMANTICS: a directory gives no handle, hence -1.
+  platform::HANDLE file =
+      platform::CreateFileW(wide.text, GENERIC_READ, FILE_SHARE_READ, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return -1;
+  platform::FILETIME written;
+  platform::BOOL ok = platform::GetFileTime(file, nullptr, nullptr, &written);
+  platform::CloseHandle(file);
+  if (!ok) return -1;
+  uint64_t ticks = (static_cast<uint64_t>(written.dwHighDateTime) << 32) |
+                   written.dwLowDateTime;
+  return static_cast<int64_t>(ticks / kTicksPerSecond) - kSecondsFrom1601To1970;
+}
+
+bool OpenerOS::CreateDirectories(const std::string& path) {
+  WidePath wide(path.c_str());
+  return platform::SHCreateDirectoryExW(nullptr, wide.text, nullptr) == 0;
+}
+
+bool OpenerOS::RemoveFile(const std::string& path) {
+  WidePath wide(path.c_str());
+  return platform::DeleteFileW(wide.text) == 1;
+}
+
+bool OpenerOS::RemoveDirectory(const std::string& path) {
+  WidePath wide(path.c_str());
+  platform::SHFILEOPSTRUCTW operation{};
+  operation.wFunc = FO_DELETE;
+  // WidePath ends its text in two NULs, which makes it a one-name list.
+  operation.pFrom = wide.text;
+  operation.fFlags = kNoUi;
+  return platform::SHFileOperationW(&operation) == 0;
+}
 
 }  // namespace velm::io

@@ -1,0 +1,136 @@
+#include "zip/opener_zip.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <velm/log/log>
+
+namespace velm::io {
+
+namespace {
+
+constexpr size_t kHeaderSize = 30;
+constexpr uint32_t kLocalHeaderSignature = 0x04034b50;
+
+uint16_t Little16(const unsigned char* p) {
+  return static_cast<uint16_t>(p[0] | (p[1] << 8));
+}
+
+uint32_t Little32(const unsigned char* p) {
+  return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
+         (static_cast<uint32_t>(p[2]) << 16) |
+         (static_cast<uint32_t>(p[3]) << 24);
+}
+
+// Byte order on unsigned values, a prefix first; names hold no NUL.
+bool NameLess(const ZipEntry* a, const ZipEntry* b) {
+  return std::strcmp(a->name, b->name) < 0;
+}
+
+}  // namespace
+
+OpenerZip::OpenerZip() : name("zip"), root("zip") {}
+
+OpenerZip::~OpenerZip() {
+  archive.reset();
+  sorted_entries.clear();
+  entries.clear();
+}
+
+OpenerZip* OpenerZip::Create(Input* archive) {
+  std::unique_ptr<OpenerZip> zip(new OpenerZip());
+  if (!zip->ScanArchive(archive)) return nullptr;
+  return zip.release();
+}
+
+bool OpenerZip::ScanArchive(Input* input) {
+  // Where the walk starts is fixed by the format, so a failing seek is left
+  // to show itself in the reads that follow.
+  input->Seek(0, 0);
+  if (!input->IsEOF()) {
+    std::string entry_name;
+    for (;;) {
+      unsigned char header[kHeaderSize];
+      if (input->Read(header, kHeaderSize) != static_cast<int64_t>(kHeaderSize))
+        break;
+      if (Little32(header) != kLocalHeaderSignature) break;
+      ZipEntry entry;
+      entry.flags = Little16(header + 6);
+      entry.compress_method = Little16(header + 8);
+      entry.dos_time = Little16(header + 10);
+      entry.dos_date = Little16(header + 12);
+      entry.crc32 = Little32(header + 14);
+      entry.compress_size = Little32(header + 18);
+      entry.uncompress_size = Little32(header + 22);
+      const uint16_t name_length = Little16(header + 26);
+      const uint16_t extra_length = Little16(header + 28);
+
+      entry_name.assign(name_length, '\0');
+      if (name_length > 0 &&
+          input->Read(&entry_name[0], name_length) != name_length) {
+        break;
+      }
+      // A name ends at its first NUL although the record holds all N bytes.
+      entry_name.resize(std::strlen(entry_name.c_str()));
+
+      if (input->Seek(static_cast<int64_t>(extra_length), 1) == -1) break;
+      entry.offset = static_cast<uint32_t>(input->Tell());
+      if (input->Seek(static_cast<int64_t>(entry.compress_size), 1) == -1) break;
+
+      auto inserted = entries.emplace(entry_name, entry);
+      velm::log::Log(LogChannel, -1,
+                     "Find zipped file %s, compress_method %d, compress_size "
+                     "%d, uncompress_size %d, flags %d, offset %d",
+                     entry_name.c_str(), static_cast<int>(entry.compress_method),
+                     static_cast<int>(entry.compress_size),
+                     static_cast<int>(entry.uncompress_size),
+                     static_cast<int>(entry.flags),
+                     static_cast<int>(entry.offset));
+      if (inserted.second) {
+        ZipEntry& record = inserted.first->second;
+        record.name = inserted.first->first.c_str();
+        sorted_entries.push_back(&record);
+        AddParents(inserted.first->first);
+      }
+      if (input->IsEOF()) break;
+    }
+  }
+  if (entries.empty()) return false;
+
+  // Everything that can throw comes before taking ownership, so that a
+  // failure leaves the archive with the caller alone.
+  std::string new_root = input->GetPath() + "://";
+  std::sort(sorted_entries.begin(), sorted_entries.end(), NameLess);
+  root.swap(new_root);
+  archive.reset(input);
+  return true;
+}
+
+void OpenerZip::AddParents(const std::string& entry_name) {
+  // Index 0 is never a parent's end, so a leading "/" makes no entry "/".
+  for (size_t i = entry_name.size(); i-- > 1;) {
+    if (entry_name[i] != '/') continue;
+    auto inserted = entries.emplace(entry_name.substr(0, i + 1), ZipEntry());
+    // A known prefix means everything above it is known as well.
+    if (!inserted.second) return;
+    ZipEntry& record = inserted.first->second;
+    record.name = inserted.first->first.c_str();
+    sorted_entries.push_back(&record);
+  }
+}
+
+OpenerType OpenerZip::GetType() const { return OpenerTypeZip; }
+
+Output* OpenerZip::OpenOutput(const std::string&) { return nullptr; }
+
+const std::string& OpenerZip::GetName() const { return name; }
+
+const std::string& OpenerZip::GetRoot() const { return root; }
+
+bool OpenerZip::CreateDirectories(const std::string&) { return false; }
+
+bool OpenerZip::RemoveFile(const std::string&) { return false; }
+
+bool OpenerZip::RemoveDirectory(const std::string&) { return false; }
+
+}  // namespace velm::io

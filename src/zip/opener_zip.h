@@ -1,0 +1,68 @@
+#ifndef VELMIO_ZIP_OPENER_ZIP_H_
+#define VELMIO_ZIP_OPENER_ZIP_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <velm/io/opener>
+
+#include "zip/zip_entry.h"
+
+namespace velm::io {
+
+// The members of one zip archive, indexed by a single walk over its local
+// headers. The index is read-only after the scan, so queries may run from
+// several threads; OpenInput of a deflated member moves the shared archive
+// position and must not overlap another such call.
+class OpenerZip final : public Opener {
+ public:
+  OpenerZip();
+  ~OpenerZip() override;
+  OpenerZip(const OpenerZip&) = delete;
+  OpenerZip& operator=(const OpenerZip&) = delete;
+
+  // A scanned archive that owns archive from now on, or null if the archive
+  // holds no record; then the caller still owns archive.
+  static OpenerZip* Create(Input* archive);
+
+  OpenerType GetType() const override;
+  Input* OpenInput(const std::string& path) override;
+  Output* OpenOutput(const std::string& path) override;
+  const std::string& GetName() const override;
+  const std::string& GetRoot() const override;
+  bool IsFile(const std::string& path) override;
+  bool IsDirectory(const std::string& path) override;
+  bool StandardizePath(const std::string& path, std::string& out) override;
+  int64_t GetModifiedTime(const std::string& path) override;
+  bool CreateDirectories(const std::string& path) override;
+  bool RemoveFile(const std::string& path) override;
+  bool RemoveDirectory(const std::string& path) override;
+  void List(const std::string& path, std::vector<std::string>& out) override;
+  void ListFiles(const std::string& path, bool recursive,
+                 std::vector<std::string>& out) override;
+
+ private:
+  bool ScanArchive(Input* archive);
+  void AddParents(const std::string& name);
+  // First element of sorted_entries whose name is not less than prefix.
+  std::vector<ZipEntry*>::const_iterator LowerBound(
+      std::string_view prefix) const;
+  Input* OpenStored(const std::string& path, const ZipEntry& entry);
+  Input* OpenDeflated(const std::string& path, const ZipEntry& entry);
+
+  std::unique_ptr<Input> archive;
+  std::string name;
+  std::string root;
+  // Node-based, so element addresses survive rehashing: sorted_entries and
+  // ZipEntry::name point into it.
+  std::unordered_map<std::string, ZipEntry> entries;
+  std::vector<ZipEntry*> sorted_entries;
+};
+
+}  // namespace velm::io
+
+#endif  // VELMIO_ZIP_OPENER_ZIP_H_

@@ -1,0 +1,105 @@
+#include <algorithm>
+#include <ctime>
+
+#include <velm/io/path>
+
+#include "platform/platform.h"
+#include "zip/opener_zip.h"
+
+namespace velm::io {
+
+namespace {
+
+bool StartsWith(std::string_view text, std::string_view prefix) {
+  return text.size() >= prefix.size() &&
+         text.compare(0, prefix.size(), prefix) == 0;
+}
+
+}  // namespace
+
+bool OpenerZip::StandardizePath(const std::string& path, std::string& out) {
+  if (path.empty()) {
+    out.clear();
+    return true;
+  }
+  return StandardizePathASCII(path, out);
+}
+
+// string_view compares through char_traits<char>, which orders bytes as
+// unsigned values: the same order as the sort, also for a prefix holding NUL.
+std::vector<ZipEntry*>::const_iterator OpenerZip::LowerBound(
+    std::string_view prefix) const {
+  return std::lower_bound(sorted_entries.begin(), sorted_entries.end(), prefix,
+                          [](const ZipEntry* entry, std::string_view key) {
+                            return std::string_view(entry->name) < key;
+                          });
+}
+
+bool OpenerZip::IsFile(const std::string& path) {
+  std::string standard;
+  if (!StandardizePath(path, standard)) return false;
+  return entries.count(standard) != 0;
+}
+
+bool OpenerZip::IsDirectory(const std::string& path) {
+  std::string prefix;
+  if (!StandardizePath(path, prefix)) return false;
+  if (prefix.empty()) return true;
+  prefix += '/';
+  if (entries.count(prefix) != 0) return true;
+  // A directory entry makes no parents, so a directory may exist only as
+  // the prefix of a deeper name.
+  auto it = LowerBound(prefix);
+  return it != sorted_entries.end() && StartsWith((*it)->name, prefix);
+}
+
+int64_t OpenerZip::GetModifiedTime(const std::string& path) {
+  std::string standard;
+  if (!StandardizePath(path, standard) || standard.empty()) return -1;
+  auto found = entries.find(standard);
+  if (found == entries.end()) return -1;
+  const ZipEntry& entry = found->second;
+  std::tm time = {};
+  time.tm_sec = (entry.dos_time & 0x1f) * 2;
+  time.tm_min = (entry.dos_time >> 5) & 0x3f;
+  time.tm_hour = (entry.dos_time >> 11) & 0x1f;
+  time.tm_mday = entry.dos_date & 0x1f;
+  time.tm_mon = ((entry.dos_date >> 5) & 0x0f) - 1;
+  time.tm_year = ((entry.dos_date >> 9) & 0x7f) + 80;
+  return static_cast<int64_t>(platform::_mktime64(&time));
+}
+
+void OpenerZip::List(const std::string& path, std::vector<std::string>& out) {
+  std::string prefix;
+  if (!StandardizePath(path, prefix)) return;
+  if (!prefix.empty()) prefix += '/';
+  for (auto it = LowerBound(prefix); it != sorted_entries.end(); ++it) {
+    std::string_view entry_name((*it)->name);
+    if (!StartsWith(entry_name, prefix)) break;
+    if (entry_name.size() == prefix.size()) continue;
+    size_t slash = entry_name.find('/', prefix.size());
+    if (slash == std::string_view::npos) {
+      out.emplace_back(entry_name);
+    } else if (slash + 1 == entry_name.size()) {
+      out.emplace_back(entry_name.substr(0, slash));
+    }
+  }
+}
+
+void OpenerZip::ListFiles(const std::string& path, bool recursive,
+                          std::vector<std::string>& out) {
+  std::string prefix;
+  if (!StandardizePath(path, prefix)) return;
+  if (!prefix.empty()) prefix += '/';
+  for (auto it = LowerBound(prefix); it != sorted_entries.end(); ++it) {
+    std::string_view entry_name((*it)->name);
+    if (!StartsWith(entry_name, prefix)) break;
+    if (entry_name.size() == prefix.size() || entry_name.back() == '/')
+      continue;
+    std::string_view relative = entry_name.substr(prefix.size());
+    if (!recursive && relative.find('/') != std::string_view::npos) continue;
+    out.emplace_back(relative);
+  }
+}
+
+}  // namespace velm::io

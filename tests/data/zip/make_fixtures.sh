@@ -1,0 +1,26 @@
+#!/bin/sh
+# Rebuilds the archives beside this script from input/ with other tools.
+# Dates are fixed so that the archives and the tests do not depend on when or
+# where they were made.
+set -eu
+cd "$(dirname "$0")"
+export TZ=UTC
+find input -exec touch -d "2021-06-15 12:34:56" {} +
+rm -f infozip-stored.zip infozip-deflated.zip python.zip jar-deflated.jar jar-stored.jar
+(cd input && zip -q -X -r -0 ../infozip-stored.zip hello.txt docs bin)
+(cd input && zip -q -X -r -9 ../infozip-deflated.zip hello.txt docs bin)
+python3 - <<'PY'
+import os, zipfile
+with zipfile.ZipFile("python.zip", "w") as z:
+    for root, dirs, files in sorted(os.walk("input")):
+        rel = os.path.relpath(root, "input")
+        if rel != ".":
+            z.write(root, rel + "/")
+        for name in sorted(files):
+            path = os.path.join(root, name)
+            arc = os.path.normpath(os.path.join(rel, name))
+            method = zipfile.ZIP_STORED if name.endswith(".dat") else zipfile.ZIP_DEFLATED
+            z.write(path, arc, compress_type=method)
+PY
+(cd input && jar --no-manifest -c -f ../jar-deflated.jar hello.txt docs bin)
+(cd input && jar --no-manifest -c -0 -f ../jar-stored.jar hello.txt docs bin)
