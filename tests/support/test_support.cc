@@ -56,6 +56,9 @@ std::string ReadFile(const std::string& path) {
 }
 
 int CountOpenDescriptors() {
+  // Under Wine the folder exists too, but it lists the emulator's own Unix
+  // descriptors, not the CRT's.
+  if (platform::kPathSeparator == '\\') return -1;
   std::error_code error;
   fs::directory_iterator it("/proc/self/fd", error);
   if (error) return -1;

@@ -41,7 +41,7 @@ int _wsopen_s(int* descriptor, const WCHAR* path, int oflag, int, int) {
   if (path == nullptr) return EINVAL;
   // Windows leaves a new file readable and writable whatever pmode says; the
   // umask then applies as it does to every POSIX program.
-  int fd = ::open(posix::ToUtf8(path).c_str(), ToOpenFlags(oflag), 0666);
+  int fd = ::open(posix::ToNativePath(path).c_str(), ToOpenFlags(oflag), 0666);
   if (fd < 0) return errno;
   struct stat status;
   if (::fstat(fd, &status) != 0) {

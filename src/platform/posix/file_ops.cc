@@ -60,7 +60,7 @@ int RemoveTree(std::string path) {
 DWORD GetFileAttributesW(const WCHAR* path) {
   if (path == nullptr) return INVALID_FILE_ATTRIBUTES;
   struct stat status;
-  if (::stat(posix::ToUtf8(path).c_str(), &status) != 0) {
+  if (::stat(posix::ToNativePath(path).c_str(), &status) != 0) {
     return INVALID_FILE_ATTRIBUTES;
   }
   return S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_NORMAL;
@@ -68,7 +68,7 @@ DWORD GetFileAttributesW(const WCHAR* path) {
 
 BOOL DeleteFileW(const WCHAR* path) {
   if (path == nullptr) return 0;
-  std::string native = posix::ToUtf8(path);
+  std::string native = posix::ToNativePath(path);
   struct stat status;
   if (::lstat(native.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return 0;
   return ::unlink(native.c_str()) == 0 ? 1 : 0;
@@ -76,7 +76,7 @@ BOOL DeleteFileW(const WCHAR* path) {
 
 int SHCreateDirectoryExW(void*, const WCHAR* path, const void*) {
   if (path == nullptr || path[0] != u'/') return ERROR_BAD_PATHNAME;
-  std::string native = posix::ToUtf8(path);
+  std::string native = posix::ToNativePath(path);
   while (native.size() > 1 && native.back() == '/') native.pop_back();
   // Parents first; a failure among them shows in the last mkdir.
   for (size_t slash = native.find('/', 1); slash != std::string::npos;
@@ -96,7 +96,7 @@ int SHFileOperationW(SHFILEOPSTRUCTW* operation) {
   if (name == nullptr || name[0] == 0) return kErrorNoMoreFiles;
   // pFrom is a list of names, each ended by a NUL, the list by a second one.
   for (; name[0] != 0; name += std::char_traits<WCHAR>::length(name) + 1) {
-    int result = RemoveTree(posix::ToUtf8(name));
+    int result = RemoveTree(posix::ToNativePath(name));
     if (result != 0) {
       operation->fAnyOperationsAborted = 1;
       return result;

@@ -37,14 +37,12 @@ void Fill(DIR* directory, const dirent* entry, WIN32_FIND_DATAW* found) {
 
 HANDLE FindFirstFileW(const WCHAR* pattern, WIN32_FIND_DATAW* found) {
   if (pattern == nullptr || found == nullptr) return INVALID_HANDLE_VALUE;
-  std::string directory = posix::ToUtf8(pattern);
+  std::string directory = posix::ToNativePath(pattern);
   // Only "every entry" patterns are asked for: the last segment is "*".
   if (directory.empty() || directory.back() != '*') return INVALID_HANDLE_VALUE;
   directory.pop_back();
   if (!directory.empty()) {
-    // Both separators end the directory part.
-    if (directory.back() != '/' && directory.back() != '\\') return INVALID_HANDLE_VALUE;
-    directory.back() = '/';
+    if (directory.back() != '/') return INVALID_HANDLE_VALUE;
   } else {
     directory = ".";
   }

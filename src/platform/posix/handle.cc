@@ -15,7 +15,7 @@ HANDLE CreateFileW(const WCHAR* path, DWORD, DWORD, void*, DWORD, DWORD,
                    HANDLE) {
   // Only read access to an existing file is ever asked for. Share modes have
   // no POSIX meaning and are not emulated.
-  int fd = ::open(posix::ToUtf8(path).c_str(), O_RDONLY | O_CLOEXEC);
+  int fd = ::open(posix::ToNativePath(path).c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return INVALID_HANDLE_VALUE;
   struct stat status;
   if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) {

@@ -25,6 +25,10 @@ inline Handle* FromHandle(HANDLE handle) { return static_cast<Handle*>(handle); 
 std::string ToUtf8(const WCHAR* text);
 WideString ToWide(const std::string& text);
 
+// A path for the POSIX calls: UTF-8 with every '\\' read as '/', since the
+// library takes both separators alike on every platform.
+std::string ToNativePath(const WCHAR* path);
+
 }  // namespace platform::posix
 
 #endif  // VELMIO_PLATFORM_POSIX_HANDLE_H_

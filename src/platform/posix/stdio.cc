@@ -12,7 +12,7 @@ std::FILE* _wfopen(const WCHAR* path, const WCHAR* mode) {
   // "e": descriptors of the library are not inherited by child processes, as
   // on Windows.
   std::string flags = posix::ToUtf8(mode) + "e";
-  std::FILE* file = std::fopen(posix::ToUtf8(path).c_str(), flags.c_str());
+  std::FILE* file = std::fopen(posix::ToNativePath(path).c_str(), flags.c_str());
   if (file == nullptr) return nullptr;
   // fopen reads a directory on Linux; Windows cannot open one.
   struct stat status;

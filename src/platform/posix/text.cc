@@ -122,6 +122,14 @@ std::string ToUtf8(const WCHAR* text) {
   return converted;
 }
 
+std::string ToNativePath(const WCHAR* path) {
+  std::string native = ToUtf8(path);
+  for (char& c : native) {
+    if (c == '\\') c = '/';
+  }
+  return native;
+}
+
 WideString ToWide(const std::string& text) {
   WideString converted;
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
