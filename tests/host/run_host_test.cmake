@@ -13,7 +13,9 @@ run(${CMAKE_COMMAND} --install ${VELMIO_BINARY_DIR} --prefix ${prefix})
 
 set(configure ${CMAKE_COMMAND} -S ${HOST_SOURCE_DIR} -B ${WORK_DIR}/build
   -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${prefix}
-  -DCMAKE_CXX_COMPILER=${CXX_COMPILER})
+  -DCMAKE_CXX_COMPILER=${CXX_COMPILER}
+  # A sanitizer build of the library needs the same runtime in the host.
+  "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_EXE_LINKER_FLAGS=${LINKER_FLAGS}")
 if(TOOLCHAIN_FILE)
   list(APPEND configure -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE})
 endif()
