@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "os/utf8_path.h"
 #include "os/wide_path.h"
@@ -11,8 +12,6 @@ namespace {
 
 using platform::WCHAR;
 using platform::WideString;
-
-constexpr WCHAR kReplacement = 0xFFFD;
 
 // Checks the text, its terminator, the second NUL and where it lives.
 void ExpectWide(const std::string& source, const WideString& expected) {
@@ -31,74 +30,47 @@ void ExpectUtf8(const WideString& source, const std::string& expected) {
       << expected.size() << " bytes";
 }
 
-TEST(WidePath, NullAndEmptyGiveTheEmptyDoubleNulText) {
-  for (const char* source : {static_cast<const char*>(nullptr), ""}) {
-    WidePath wide(source);
-    EXPECT_EQ(wide.text, wide.buffer);
-    EXPECT_EQ(wide.text[0], 0);
-    EXPECT_EQ(wide.text[1], 0);
-  }
+template <typename Text>
+Text Repeat(const Text& piece, size_t count) {
+  Text out;
+  for (size_t i = 0; i < count; ++i) out += piece;
+  return out;
 }
 
 TEST(WidePath, EveryLengthKeepsTheDoubleNulAndMovesToTheHeapBeyond511) {
-  for (size_t length = 1; length <= 1100; ++length) {
+  WidePath null_source(nullptr);
+  EXPECT_EQ(null_source.text[0], 0);
+  EXPECT_EQ(null_source.text[1], 0);
+  for (size_t length = 0; length <= 1100; ++length) {
     ExpectWide(std::string(length, 'a'), WideString(length, WCHAR('a')));
   }
-}
-
-TEST(WidePath, MultiByteTextIsMeasuredInUnits) {
-  const std::string e_acute = "\xC3\xA9";            // 2 bytes, 1 unit
-  const std::string smiley = "\xF0\x9F\x98\x80";     // 4 bytes, 2 units
-  const WideString smiley_units = {WCHAR(0xD83D), WCHAR(0xDE00)};
+  // Units, not bytes, decide: é is 2 bytes and 1 unit, 😀 is 4 bytes, 2 units.
   for (size_t count : {511u, 512u, 513u}) {
-    std::string source;
-    for (size_t i = 0; i < count; ++i) source += e_acute;
-    ExpectWide(source, WideString(count, WCHAR(0xE9)));
+    ExpectWide(Repeat<std::string>("\xC3\xA9", count),
+               WideString(count, WCHAR(0xE9)));
   }
   for (size_t pairs : {255u, 256u}) {
-    std::string source = "a";
-    WideString expected = {WCHAR('a')};
-    for (size_t i = 0; i < pairs; ++i) {
-      source += smiley;
-      expected += smiley_units;
-    }
-    ExpectWide(source, expected);
+    ExpectWide("a" + Repeat<std::string>("\xF0\x9F\x98\x80", pairs),
+               WCHAR('a') + Repeat(WideString{WCHAR(0xD83D), WCHAR(0xDE00)}, pairs));
   }
-}
-
-TEST(WidePath, MalformedUtf8BecomesReplacementCharacters) {
-  ExpectWide("a\xFF" "b", {WCHAR('a'), kReplacement, WCHAR('b')});
+  ExpectWide("a\xFF" "b", {WCHAR('a'), WCHAR(0xFFFD), WCHAR('b')});
   ExpectWide(std::string(600, 'x') + "\xFF",
-             WideString(600, WCHAR('x')) + kReplacement);
-}
-
-TEST(Utf8Path, NullAndEmptyGiveTheEmptyText) {
-  const WCHAR empty[] = {0};
-  for (const WCHAR* source : {static_cast<const WCHAR*>(nullptr), empty}) {
-    Utf8Path utf8(source);
-    EXPECT_EQ(utf8.text, utf8.buffer);
-    EXPECT_EQ(utf8.text[0], '\0');
-  }
+             WideString(600, WCHAR('x')) + WCHAR(0xFFFD));
 }
 
 TEST(Utf8Path, InlineUpTo511BytesThenHeap) {
-  for (size_t length : {1u, 510u, 511u, 512u, 513u, 1100u}) {
+  Utf8Path null_source(nullptr);
+  EXPECT_EQ(std::string(null_source.text), "");
+  for (size_t length : {0u, 511u, 512u, 1100u}) {
     ExpectUtf8(WideString(length, WCHAR('a')), std::string(length, 'a'));
   }
   // 2- and 3-byte forms straddling the boundary by one odd ASCII byte.
-  for (size_t count : {255u, 256u}) {
-    std::string expected = "a";
-    for (size_t i = 0; i < count; ++i) expected += "\xC3\xA9";
-    ExpectUtf8(WCHAR('a') + WideString(count, WCHAR(0xE9)), expected);
+  for (auto [unit, bytes, count] :
+       {std::tuple(0xE9, "\xC3\xA9", 255), {0xE9, "\xC3\xA9", 256},
+        {0x20AC, "\xE2\x82\xAC", 170}, {0x20AC, "\xE2\x82\xAC", 171}}) {
+    ExpectUtf8(WCHAR('a') + WideString(count, WCHAR(unit)),
+               "a" + Repeat<std::string>(bytes, count));
   }
-  for (size_t count : {170u, 171u}) {
-    std::string expected = "a";
-    for (size_t i = 0; i < count; ++i) expected += "\xE2\x82\xAC";
-    ExpectUtf8(WCHAR('a') + WideString(count, WCHAR(0x20AC)), expected);
-  }
-}
-
-TEST(Utf8Path, LoneSurrogateBecomesReplacementCharacter) {
   ExpectUtf8({WCHAR('a'), WCHAR(0xD800), WCHAR('b')}, "a\xEF\xBF\xBD" "b");
 }
 
