@@ -12,7 +12,9 @@ set(CMAKE_FIND_ROOT_PATH /usr/${VELMIO_MINGW_TRIPLE})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# Packages may come from any prefix, so that a host project finds an installed
+# velmio; zlib is found through its module, which searches libraries only.
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 
 # Debian's "wine" wrapper prefers a 32-bit loader and warns when it is
 # missing; the 64-bit loader is called directly where it can be found.

@@ -40,7 +40,11 @@ TEST(CFileStream, InputEndOfFileAndClosedAnswers) {
   EXPECT_EQ(input->Read(buffer, 1), 0);
   EXPECT_TRUE(input->IsEOF());
   EXPECT_EQ(input->Seek(1, SEEK_SET), 0);
-  EXPECT_FALSE(input->IsEOF()) << "a successful seek clears the indicator";
+  // Windows clears the indicator in fsetpos, on which the MinGW runtime
+  // builds _fseeki64; Wine's fsetpos does not.
+  if (!test::UnderWine()) {
+    EXPECT_FALSE(input->IsEOF()) << "a successful seek clears the indicator";
+  }
   EXPECT_EQ(input->Read(buffer, sizeof buffer), 4);
   EXPECT_TRUE(input->IsEOF());
 

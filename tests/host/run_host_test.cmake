@@ -27,4 +27,6 @@ file(GLOB dlls ${prefix}/bin/*.dll)
 if(dlls)
   file(COPY ${dlls} DESTINATION ${WORK_DIR}/build)
 endif()
-run(${EMULATOR} ${WORK_DIR}/build/velmio_host_test ${WORK_DIR})
+# Wine wants the program's full name, with .exe.
+file(GLOB program ${WORK_DIR}/build/velmio_host_test ${WORK_DIR}/build/velmio_host_test.exe)
+run(${EMULATOR} ${program} ${WORK_DIR})

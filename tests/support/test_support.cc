@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -65,6 +66,10 @@ int CountOpenDescriptors() {
   int count = 0;
   for (; it != fs::directory_iterator(); it.increment(error)) ++count;
   return count;
+}
+
+bool UnderWine() {
+  return platform::kPathSeparator == '\\' && std::getenv("WINEPREFIX") != nullptr;
 }
 
 namespace {

@@ -29,6 +29,10 @@ std::string ReadFile(const std::string& path);
 // Open descriptors of this process; -1 where the platform cannot tell.
 int CountOpenDescriptors();
 
+// True for the Windows build running under Wine, whose runtime differs from
+// Windows in a few documented behaviours.
+bool UnderWine();
+
 // Every line logged while the object lives, in the order written.
 class LogCapture {
  public:
