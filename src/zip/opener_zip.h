@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <velm/io/opener>
@@ -48,9 +49,14 @@ class OpenerZip final : public Opener {
  private:
   bool ScanArchive(Input* archive);
   void AddParents(const std::string& name);
-  // First element of sorted_entries whose name is not less than prefix.
-  std::vector<ZipEntry*>::const_iterator LowerBound(
-      std::string_view prefix) const;
+  using EntryRange = std::pair<std::vector<ZipEntry*>::const_iterator,
+                               std::vector<ZipEntry*>::const_iterator>;
+  // The entries whose names begin with prefix, which stand together in
+  // sorted_entries.
+  EntryRange WithPrefix(std::string_view prefix) const;
+  // The standardised path as a directory prefix: "" for the root, else with
+  // a trailing "/". False for a refused path.
+  bool DirectoryPrefix(const std::string& path, std::string& prefix);
   Input* OpenStored(const std::string& path, const ZipEntry& entry);
   Input* OpenDeflated(const std::string& path, const ZipEntry& entry);
 

@@ -27,12 +27,23 @@ bool OpenerZip::StandardizePath(const std::string& path, std::string& out) {
 
 // string_view compares through char_traits<char>, which orders bytes as
 // unsigned values: the same order as the sort, also for a prefix holding NUL.
-std::vector<ZipEntry*>::const_iterator OpenerZip::LowerBound(
-    std::string_view prefix) const {
-  return std::lower_bound(sorted_entries.begin(), sorted_entries.end(), prefix,
-                          [](const ZipEntry* entry, std::string_view key) {
-                            return std::string_view(entry->name) < key;
-                          });
+OpenerZip::EntryRange OpenerZip::WithPrefix(std::string_view prefix) const {
+  auto first = std::lower_bound(
+      sorted_entries.begin(), sorted_entries.end(), prefix,
+      [](const ZipEntry* entry, std::string_view key) {
+        return std::string_view(entry->name) < key;
+      });
+  auto last = std::partition_point(first, sorted_entries.end(),
+                                   [prefix](const ZipEntry* entry) {
+                                     return StartsWith(entry->name, prefix);
+                                   });
+  return {first, last};
+}
+
+bool OpenerZip::DirectoryPrefix(const std::string& path, std::string& prefix) {
+  if (!StandardizePath(path, prefix)) return false;
+  if (!prefix.empty()) prefix += '/';
+  return true;
 }
 
 bool OpenerZip::IsFile(const std::string& path) {
@@ -43,14 +54,12 @@ bool OpenerZip::IsFile(const std::string& path) {
 
 bool OpenerZip::IsDirectory(const std::string& path) {
   std::string prefix;
-  if (!StandardizePath(path, prefix)) return false;
-  if (prefix.empty()) return true;
-  prefix += '/';
-  if (entries.count(prefix) != 0) return true;
+  if (!DirectoryPrefix(path, prefix)) return false;
+  if (prefix.empty() || entries.count(prefix) != 0) return true;
   // A directory entry makes no parents, so a directory may exist only as
   // the prefix of a deeper name.
-  auto it = LowerBound(prefix);
-  return it != sorted_entries.end() && StartsWith((*it)->name, prefix);
+  EntryRange below = WithPrefix(prefix);
+  return below.first != below.second;
 }
 
 int64_t OpenerZip::GetModifiedTime(const std::string& path) {
@@ -71,11 +80,10 @@ int64_t OpenerZip::GetModifiedTime(const std::string& path) {
 
 void OpenerZip::List(const std::string& path, std::vector<std::string>& out) {
   std::string prefix;
-  if (!StandardizePath(path, prefix)) return;
-  if (!prefix.empty()) prefix += '/';
-  for (auto it = LowerBound(prefix); it != sorted_entries.end(); ++it) {
+  if (!DirectoryPrefix(path, prefix)) return;
+  auto [first, last] = WithPrefix(prefix);
+  for (auto it = first; it != last; ++it) {
     std::string_view entry_name((*it)->name);
-    if (!StartsWith(entry_name, prefix)) break;
     if (entry_name.size() == prefix.size()) continue;
     size_t slash = entry_name.find('/', prefix.size());
     if (slash == std::string_view::npos) {
@@ -89,14 +97,11 @@ void OpenerZip::List(const std::string& path, std::vector<std::string>& out) {
 void OpenerZip::ListFiles(const std::string& path, bool recursive,
                           std::vector<std::string>& out) {
   std::string prefix;
-  if (!StandardizePath(path, prefix)) return;
-  if (!prefix.empty()) prefix += '/';
-  for (auto it = LowerBound(prefix); it != sorted_entries.end(); ++it) {
-    std::string_view entry_name((*it)->name);
-    if (!StartsWith(entry_name, prefix)) break;
-    if (entry_name.size() == prefix.size() || entry_name.back() == '/')
-      continue;
-    std::string_view relative = entry_name.substr(prefix.size());
+  if (!DirectoryPrefix(path, prefix)) return;
+  auto [first, last] = WithPrefix(prefix);
+  for (auto it = first; it != last; ++it) {
+    std::string_view relative = std::string_view((*it)->name).substr(prefix.size());
+    if (relative.empty() || relative.back() == '/') continue;
     if (!recursive && relative.find('/') != std::string_view::npos) continue;
     out.emplace_back(relative);
   }
