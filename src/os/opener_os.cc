@@ -16,6 +16,12 @@ constexpr int64_t kSecondsFrom1601To1970 = 11644473600LL;
 constexpr unsigned short kNoUi = FOF_SILENT | FOF_NOCONFIRMATION |
                                  FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
 
+// Attributes of path, or INVALID_FILE_ATTRIBUTES.
+platform::DWORD Attributes(const std::string& path) {
+  WidePath wide(path.c_str());
+  return platform::GetFileAttributesW(wide.text);
+}
+
 }  // namespace
 
 OpenerOS::~OpenerOS() = default;
@@ -23,15 +29,13 @@ OpenerOS::~OpenerOS() = default;
 const std::string& OpenerOS::GetRoot() const { return root; }
 
 bool OpenerOS::IsFile(const std::string& path) {
-  WidePath wide(path.c_str());
-  platform::DWORD attributes = platform::GetFileAttributesW(wide.text);
+  platform::DWORD attributes = Attributes(path);
   return attributes != INVALID_FILE_ATTRIBUTES &&
          (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
 bool OpenerOS::IsDirectory(const std::string& path) {
-  WidePath wide(path.c_str());
-  platform::DWORD attributes = platform::GetFileAttributesW(wide.text);
+  platform::DWORD attributes = Attributes(path);
   return attributes != INVALID_FILE_ATTRIBUTES &&
          (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }

@@ -33,35 +33,9 @@ int64_t InputZip::Tell() {
 }
 
 int32_t InputZip::Seek(int64_t offset, int32_t whence) {
-  if (slice) return SeekStored(offset, whence);
-  if (data) return SeekDeflated(offset, whence);
-  return -1;
-}
-
-int32_t InputZip::SeekStored(int64_t offset, int32_t whence) {
-  const int64_t begin = static_cast<int64_t>(start);
-  const int64_t end = static_cast<int64_t>(start + size);
-  int64_t target = 0;
-  switch (whence) {
-    case 0:
-      if (offset < 0 || offset > static_cast<int64_t>(size)) return -1;
-      target = begin + offset;
-      break;
-    case 1:
-      if (!AddOffset(slice->Tell(), offset, &target)) return -1;
-      if (target < begin || target > end) return -1;
-      break;
-    case 2:
-      if (offset > 0 || offset < -static_cast<int64_t>(size)) return -1;
-      target = end + offset;
-      break;
-    default:
-      return -1;
-  }
-  return slice->Seek(target, 0) < 0 ? -1 : 0;
-}
-
-int32_t InputZip::SeekDeflated(int64_t offset, int32_t whence) {
+  if (!slice && !data) return -1;
+  // Both kinds judge the target in member coordinates; only a deflated
+  // member refuses to reach its very end relatively.
   const int64_t length = static_cast<int64_t>(size);
   int64_t target = 0;
   switch (whence) {
@@ -70,10 +44,8 @@ int32_t InputZip::SeekDeflated(int64_t offset, int32_t whence) {
       target = offset;
       break;
     case 1:
-      // The very end is refused here although whence 0 and 2 reach it.
-      if (!AddOffset(static_cast<int64_t>(position), offset, &target))
-        return -1;
-      if (target < 0 || target >= length) return -1;
+      if (!AddOffset(Tell(), offset, &target)) return -1;
+      if (target < 0 || target > length || (data && target == length)) return -1;
       break;
     case 2:
       if (offset > 0 || offset < -length) return -1;
@@ -81,6 +53,9 @@ int32_t InputZip::SeekDeflated(int64_t offset, int32_t whence) {
       break;
     default:
       return -1;
+  }
+  if (slice) {
+    return slice->Seek(static_cast<int64_t>(start) + target, 0) < 0 ? -1 : 0;
   }
   position = static_cast<uint64_t>(target);
   return 0;

@@ -36,9 +36,6 @@ class InputZip final : public Input {
  private:
   friend class OpenerZip;
 
-  int32_t SeekStored(int64_t offset, int32_t whence);
-  int32_t SeekDeflated(int64_t offset, int32_t whence);
-
   std::string path;
   OpenerZip* opener;
   uint64_t size;

@@ -16,7 +16,7 @@ constexpr int kAccessMask = 0x0003;
 constexpr int kReadWrite = 0x0002;
 
 int ToOpenFlags(int oflag) {
-  int flags = O_CLOEXEC;
+  int flags = 0;
   switch (oflag & kAccessMask) {
     case _O_WRONLY:
       flags |= O_WRONLY;
@@ -33,6 +33,22 @@ int ToOpenFlags(int oflag) {
   return flags;
 }
 
+// Counts above INT_MAX are refused as the Windows CRT refuses them: the
+// signed 32-bit result could not report them. A signal is retried, since the
+// Windows calls are never interrupted by one.
+template <typename Call>
+int Transfer(unsigned int count, Call call) {
+  if (count > static_cast<unsigned int>(INT_MAX)) {
+    errno = EINVAL;
+    return -1;
+  }
+  ssize_t result;
+  do {
+    result = call();
+  } while (result < 0 && errno == EINTR);
+  return static_cast<int>(result);
+}
+
 }  // namespace
 
 int _wsopen_s(int* descriptor, const WCHAR* path, int oflag, int, int) {
@@ -41,19 +57,8 @@ int _wsopen_s(int* descriptor, const WCHAR* path, int oflag, int, int) {
   if (path == nullptr) return EINVAL;
   // Windows leaves a new file readable and writable whatever pmode says; the
   // umask then applies as it does to every POSIX program.
-  int fd = ::open(posix::ToNativePath(path).c_str(), ToOpenFlags(oflag), 0666);
+  int fd = posix::OpenFile(path, ToOpenFlags(oflag));
   if (fd < 0) return errno;
-  struct stat status;
-  if (::fstat(fd, &status) != 0) {
-    int error = errno;
-    ::close(fd);
-    return error;
-  }
-  // Windows cannot open a directory as a file.
-  if (S_ISDIR(status.st_mode)) {
-    ::close(fd);
-    return EACCES;
-  }
   if ((oflag & _O_RANDOM) != 0) {
     // Only a hint to the kernel; a refusal changes nothing that is observable.
     ::posix_fadvise(fd, 0, 0, POSIX_FADV_RANDOM);
@@ -80,31 +85,12 @@ std::int64_t _lseeki64(int descriptor, std::int64_t offset, int whence) {
       ::lseek(descriptor, static_cast<off_t>(offset), whence));
 }
 
-// Counts above INT_MAX are refused as the Windows CRT refuses them: the
-// signed 32-bit result could not report them. A signal is retried, since the
-// Windows calls are never interrupted by one.
 int _read(int descriptor, void* buffer, unsigned int count) {
-  if (count > static_cast<unsigned int>(INT_MAX)) {
-    errno = EINVAL;
-    return -1;
-  }
-  ssize_t result;
-  do {
-    result = ::read(descriptor, buffer, count);
-  } while (result < 0 && errno == EINTR);
-  return static_cast<int>(result);
+  return Transfer(count, [&] { return ::read(descriptor, buffer, count); });
 }
 
 int _write(int descriptor, const void* buffer, unsigned int count) {
-  if (count > static_cast<unsigned int>(INT_MAX)) {
-    errno = EINVAL;
-    return -1;
-  }
-  ssize_t result;
-  do {
-    result = ::write(descriptor, buffer, count);
-  } while (result < 0 && errno == EINTR);
-  return static_cast<int>(result);
+  return Transfer(count, [&] { return ::write(descriptor, buffer, count); });
 }
 
 int _close(int descriptor) { return ::close(descriptor) == 0 ? 0 : -1; }

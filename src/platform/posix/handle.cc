@@ -7,6 +7,22 @@
 #include <cerrno>
 
 namespace platform {
+namespace posix {
+
+int OpenFile(const WCHAR* path, int flags) {
+  int fd = ::open(ToNativePath(path).c_str(), flags | O_CLOEXEC, 0666);
+  if (fd < 0) return -1;
+  struct stat status;
+  int error = ::fstat(fd, &status) != 0 ? errno
+              : S_ISDIR(status.st_mode) ? EACCES
+                                        : 0;
+  if (error == 0) return fd;
+  ::close(fd);
+  errno = error;
+  return -1;
+}
+
+}  // namespace posix
 
 using posix::FromHandle;
 using posix::Handle;
@@ -15,13 +31,8 @@ HANDLE CreateFileW(const WCHAR* path, DWORD, DWORD, void*, DWORD, DWORD,
                    HANDLE) {
   // Only read access to an existing file is ever asked for. Share modes have
   // no POSIX meaning and are not emulated.
-  int fd = ::open(posix::ToNativePath(path).c_str(), O_RDONLY | O_CLOEXEC);
+  int fd = posix::OpenFile(path, O_RDONLY);
   if (fd < 0) return INVALID_HANDLE_VALUE;
-  struct stat status;
-  if (::fstat(fd, &status) != 0 || S_ISDIR(status.st_mode)) {
-    ::close(fd);
-    return INVALID_HANDLE_VALUE;
-  }
   return new Handle{Handle::Kind::kFile, fd};
 }
 

@@ -25,6 +25,10 @@ inline Handle* FromHandle(HANDLE handle) { return static_cast<Handle*>(handle); 
 std::string ToUtf8(const WCHAR* text);
 WideString ToWide(const std::string& text);
 
+// open(2) of path with the given flags, close-on-exec, refusing a directory
+// (EACCES) as Windows cannot open one. A descriptor, or -1 with errno set.
+int OpenFile(const WCHAR* path, int flags);
+
 // A path for the POSIX calls: UTF-8 with every '\\' read as '/', since the
 // library takes both separators alike on every platform.
 std::string ToNativePath(const WCHAR* path);

@@ -1,5 +1,6 @@
-#include <sys/stat.h>
+#include <fcntl.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
@@ -9,17 +10,13 @@
 namespace platform {
 
 std::FILE* _wfopen(const WCHAR* path, const WCHAR* mode) {
-  // "e": descriptors of the library are not inherited by child processes, as
-  // on Windows.
-  std::string flags = posix::ToUtf8(mode) + "e";
-  std::FILE* file = std::fopen(posix::ToNativePath(path).c_str(), flags.c_str());
-  if (file == nullptr) return nullptr;
-  // fopen reads a directory on Linux; Windows cannot open one.
-  struct stat status;
-  if (::fstat(::fileno(file), &status) != 0 || S_ISDIR(status.st_mode)) {
-    std::fclose(file);
-    return nullptr;
-  }
+  // Only "rb" and "wb" are asked for.
+  const std::string flags = posix::ToUtf8(mode);
+  const bool write = !flags.empty() && flags[0] == 'w';
+  int fd = posix::OpenFile(path, write ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY);
+  if (fd < 0) return nullptr;
+  std::FILE* file = ::fdopen(fd, flags.c_str());
+  if (file == nullptr) ::close(fd);
   return file;
 }
 
