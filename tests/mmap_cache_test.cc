@@ -145,7 +145,7 @@ TEST_F(MMapCache, MapWholeFileNeedsTheFileUnopened) {
   platform::HANDLE mapping = MapWholeFile(wide.text, size, view);
   ASSERT_TRUE(mapping != nullptr && view != nullptr);
   EXPECT_EQ(std::string(view, 3), "abc");
-  MMapDeleter{mapping, size}(view);
+  MMapDeleter{mapping}(view);
 }
 
 }  // namespace

@@ -9,16 +9,10 @@ namespace velm::io {
 
 class OpenerCFile final : public OpenerOS {
  public:
-  OpenerCFile();
-  ~OpenerCFile() override;
+  OpenerCFile() : OpenerOS(OpenerTypeCFile, "cfile") {}
 
-  OpenerType GetType() const override;
   Input* OpenInput(const std::string& path) override;
   Output* OpenOutput(const std::string& path) override;
-  const std::string& GetName() const override;
-
- private:
-  std::string name;
 };
 
 }  // namespace velm::io

@@ -9,6 +9,8 @@
 
 #include <velm/io/stream>
 
+#include "os/stream_handle.h"
+
 namespace velm::io {
 
 // The state of one file open through the runtime's FILE; InputCFile and
@@ -41,6 +43,16 @@ class StreamCFile final : public Stream {
   Opener* opener = nullptr;
   std::FILE* file = nullptr;
   int64_t size = 0;
+};
+
+class InputCFile final : public InputHandle<StreamCFile> {
+ public:
+  using InputHandle::InputHandle;
+};
+
+class OutputCFile final : public OutputHandle<StreamCFile> {
+ public:
+  using OutputHandle::OutputHandle;
 };
 
 // The file at path opened "rb", or "wb" when write is true; null on failure.

@@ -12,16 +12,14 @@ namespace velm::io {
 
 unsigned int LogChannel = 0;
 
-// One translation unit fixes the order of construction: the three back-ends,
-// then the mapped-file table and its lock. Unload runs it backwards.
+// Built in this order, before the mapped-file table and its lock; unload
+// runs it backwards.
 namespace {
-OpenerSys sys_opener;
-OpenerCFile cfile_opener;
-OpenerMMap mmap_opener;
+OpenerSys sys_opener __attribute__((init_priority(kBuiltinOpenersInitPriority)));
+OpenerCFile cfile_opener
+    __attribute__((init_priority(kBuiltinOpenersInitPriority)));
+OpenerMMap mmap_opener __attribute__((init_priority(kBuiltinOpenersInitPriority)));
 }  // namespace
-
-MappedFileTable MappedFileCache;
-std::mutex MappedFileCacheLock;
 
 Opener* GetOpener(OpenerType type) {
   switch (static_cast<int>(type)) {

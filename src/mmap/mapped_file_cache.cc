@@ -9,6 +9,11 @@
 
 namespace velm::io {
 
+MappedFileTable MappedFileCache
+    __attribute__((init_priority(kBuiltinOpenersInitPriority + 1)));
+std::mutex MappedFileCacheLock
+    __attribute__((init_priority(kBuiltinOpenersInitPriority + 1)));
+
 namespace {
 
 // Above this many entries every lookup first erases the expired ones.
@@ -57,7 +62,7 @@ MappedFileEntry* AcquireMappedFile(const platform::WideString& key,
   }
   // A null pointer is kept as well: the deleter then closes the mapping
   // when the caller drops it, and the entry expires at once.
-  view = std::shared_ptr<char>(pointer, MMapDeleter{mapping, size});
+  view = std::shared_ptr<char>(pointer, MMapDeleter{mapping});
   auto inserted = MappedFileCache.emplace(key, MappedFileEntry{view, size});
   return &inserted.first->second;
 }

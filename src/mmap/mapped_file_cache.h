@@ -13,7 +13,6 @@ namespace velm::io {
 // Deleter of a shared view: unmaps it, then closes the mapping handle.
 struct MMapDeleter {
   platform::HANDLE handle = nullptr;
-  uint64_t size = 0;
   void operator()(char* view) const;
 };
 
@@ -26,8 +25,12 @@ struct MappedFileEntry {
 // holds weak references only, so it never keeps a view alive.
 using MappedFileTable = std::map<platform::WideString, MappedFileEntry>;
 
-// Both live in the translation unit of the built-in back-ends, so that they
-// are built after them and destroyed before them.
+// The built-in back-ends are built at load with this priority, the table and
+// then its lock with the next one, and unload destroys them in the reverse
+// order. Only a priority fixes the order between translation units: GNU ld
+// runs them in link order, MinGW in the reverse order.
+inline constexpr int kBuiltinOpenersInitPriority = 101;
+
 extern MappedFileTable MappedFileCache;
 extern std::mutex MappedFileCacheLock;
 

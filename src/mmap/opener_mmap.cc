@@ -9,12 +9,6 @@
 
 namespace velm::io {
 
-OpenerMMap::OpenerMMap() : name("mmap") {}
-
-OpenerMMap::~OpenerMMap() = default;
-
-OpenerType OpenerMMap::GetType() const { return OpenerTypeMMap; }
-
 Input* OpenerMMap::OpenInput(const std::string& path) {
   std::shared_ptr<char> view;
   platform::WideString key;
@@ -29,7 +23,5 @@ Input* OpenerMMap::OpenInput(const std::string& path) {
 }
 
 Output* OpenerMMap::OpenOutput(const std::string&) { return nullptr; }
-
-const std::string& OpenerMMap::GetName() const { return name; }
 
 }  // namespace velm::io

@@ -9,16 +9,10 @@ namespace velm::io {
 
 class OpenerMMap final : public OpenerOS {
  public:
-  OpenerMMap();
-  ~OpenerMMap() override;
+  OpenerMMap() : OpenerOS(OpenerTypeMMap, "mmap") {}
 
-  OpenerType GetType() const override;
   Input* OpenInput(const std::string& path) override;
   Output* OpenOutput(const std::string& path) override;
-  const std::string& GetName() const override;
-
- private:
-  std::string name;
 };
 
 }  // namespace velm::io

@@ -10,7 +10,7 @@
 namespace velm::io {
 namespace {
 
-constexpr size_t kUnits = 2048;
+constexpr size_t kUnits = platform::kPathBufferUnits;
 
 bool IsSeparator(platform::WCHAR unit) { return unit == '\\' || unit == '/'; }
 

@@ -9,10 +9,6 @@
 namespace velm::io {
 namespace {
 
-// FILETIME ticks are 100 ns since 1601-01-01; this many seconds lie between
-// that day and 1970-01-01.
-constexpr uint64_t kTicksPerSecond = 10000000;
-constexpr int64_t kSecondsFrom1601To1970 = 11644473600LL;
 constexpr unsigned short kNoUi = FOF_SILENT | FOF_NOCONFIRMATION |
                                  FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
 
@@ -24,7 +20,13 @@ platform::DWORD Attributes(const std::string& path) {
 
 }  // namespace
 
+OpenerOS::OpenerOS(OpenerType type, const char* name) : type(type), name(name) {}
+
 OpenerOS::~OpenerOS() = default;
+
+OpenerType OpenerOS::GetType() const { return type; }
+
+const std::string& OpenerOS::GetName() const { return name; }
 
 const std::string& OpenerOS::GetRoot() const { return root; }
 
@@ -57,7 +59,8 @@ int64_t OpenerOS::GetModifiedTime(const std::string& path) {
   if (!ok) return -1;
   uint64_t ticks = (static_cast<uint64_t>(written.dwHighDateTime) << 32) |
                    written.dwLowDateTime;
-  return static_cast<int64_t>(ticks / kTicksPerSecond) - kSecondsFrom1601To1970;
+  return static_cast<int64_t>(ticks / platform::kTicksPerSecond) -
+         platform::kSecondsFrom1601To1970;
 }
 
 bool OpenerOS::CreateDirectories(const std::string& path) {

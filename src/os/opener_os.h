@@ -9,11 +9,15 @@
 namespace velm::io {
 
 // Everything the three OS back-ends share: they differ only in how they open
-// streams. Holds no state, so every operation is independent of the object.
+// streams. Holds no state that changes, so every operation is independent of
+// the object.
 class OpenerOS : public Opener {
  public:
+  OpenerOS(OpenerType type, const char* name);
   ~OpenerOS() override;
 
+  OpenerType GetType() const override;
+  const std::string& GetName() const override;
   const std::string& GetRoot() const override;
   bool IsFile(const std::string& path) override;
   bool IsDirectory(const std::string& path) override;
@@ -27,7 +31,9 @@ class OpenerOS : public Opener {
                  std::vector<std::string>& out) override;
 
  private:
+  OpenerType type;
   std::string root;
+  std::string name;
 };
 
 }  // namespace velm::io

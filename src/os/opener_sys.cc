@@ -3,18 +3,10 @@
 #include <memory>
 #include <utility>
 
-#include "os/input_sys.h"
 #include "os/open_descriptor.h"
-#include "os/output_sys.h"
 #include "platform/platform.h"
 
 namespace velm::io {
-
-OpenerSys::OpenerSys() : name("sys") {}
-
-OpenerSys::~OpenerSys() = default;
-
-OpenerType OpenerSys::GetType() const { return OpenerTypeSys; }
 
 Input* OpenerSys::OpenInput(const std::string& path) {
   int fd = OpenDescriptor(path, _O_BINARY | _O_RANDOM | _O_RDONLY, _S_IREAD);
@@ -30,7 +22,5 @@ Output* OpenerSys::OpenOutput(const std::string& path) {
   if (stream == nullptr) return nullptr;
   return new OutputSys(std::move(stream));
 }
-
-const std::string& OpenerSys::GetName() const { return name; }
 
 }  // namespace velm::io

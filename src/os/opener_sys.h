@@ -9,16 +9,10 @@ namespace velm::io {
 
 class OpenerSys final : public OpenerOS {
  public:
-  OpenerSys();
-  ~OpenerSys() override;
+  OpenerSys() : OpenerOS(OpenerTypeSys, "sys") {}
 
-  OpenerType GetType() const override;
   Input* OpenInput(const std::string& path) override;
   Output* OpenOutput(const std::string& path) override;
-  const std::string& GetName() const override;
-
- private:
-  std::string name;
 };
 
 }  // namespace velm::io

@@ -7,6 +7,8 @@
 
 #include <velm/io/stream>
 
+#include "os/stream_handle.h"
+
 namespace velm::io {
 
 // The state of one file open on a CRT descriptor, owned by exactly one
@@ -35,6 +37,16 @@ class StreamSys final : public Stream {
   Opener* opener = nullptr;
   int32_t descriptor = -1;
   int64_t size = 0;
+};
+
+class InputSys final : public InputHandle<StreamSys> {
+ public:
+  using InputHandle::InputHandle;
+};
+
+class OutputSys final : public OutputHandle<StreamSys> {
+ public:
+  using OutputHandle::OutputHandle;
 };
 
 }  // namespace velm::io

@@ -9,8 +9,9 @@ Utf8Path::Utf8Path(const platform::WCHAR* source) : text(buffer) {
     buffer[0] = '\0';
     return;
   }
-  if (platform::WideCharToMultiByte(CP_UTF8, 0, source, -1, buffer, 512,
-                                    nullptr, nullptr) != 0) {
+  if (platform::WideCharToMultiByte(CP_UTF8, 0, source, -1, buffer,
+                                    platform::kInlinePathUnits, nullptr,
+                                    nullptr) != 0) {
     return;
   }
   int needed = platform::WideCharToMultiByte(CP_UTF8, 0, source, -1, nullptr, 0,

@@ -15,7 +15,7 @@ class Utf8Path {
   Utf8Path(const Utf8Path&) = delete;
   Utf8Path& operator=(const Utf8Path&) = delete;
 
-  char buffer[512];
+  char buffer[platform::kInlinePathUnits];
   char* text;
 };
 

@@ -8,7 +8,8 @@ WidePath::WidePath(const char* source) : text(buffer) {
   // Zeroing the spare unit too leaves a second NUL behind any text that fits.
   std::memset(buffer, 0, sizeof(buffer));
   if (source == nullptr || source[0] == '\0') return;
-  if (platform::MultiByteToWideChar(CP_UTF8, 0, source, -1, buffer, 512) != 0) {
+  if (platform::MultiByteToWideChar(CP_UTF8, 0, source, -1, buffer,
+                                    platform::kInlinePathUnits) != 0) {
     return;
   }
   int needed = platform::MultiByteToWideChar(CP_UTF8, 0, source, -1, nullptr, 0);

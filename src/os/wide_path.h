@@ -16,8 +16,8 @@ class WidePath {
   WidePath(const WidePath&) = delete;
   WidePath& operator=(const WidePath&) = delete;
 
-  // One spare unit behind the 512, so the double NUL fits at every length.
-  platform::WCHAR buffer[512 + 1];
+  // One spare unit, so the double NUL fits at every length.
+  platform::WCHAR buffer[platform::kInlinePathUnits + 1];
   platform::WCHAR* text;
 };
 

@@ -6,6 +6,7 @@
 // On Windows these are the real functions; elsewhere src/platform/posix/
 // implements the same names over POSIX.
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
@@ -202,7 +203,6 @@ std::int64_t _mktime64(std::tm* time);
 
 // The Windows constants the library passes, with their Windows values.
 #define CP_UTF8 65001u
-#define MAX_PATH 260
 #define GENERIC_READ 0x80000000u
 #define FILE_SHARE_READ 0x00000001u
 #define OPEN_EXISTING 3u
@@ -223,7 +223,6 @@ std::int64_t _mktime64(std::tm* time);
 #define _O_RDONLY 0x0000
 #define _O_WRONLY 0x0001
 #define _O_RANDOM 0x0010
-#define _O_SEQUENTIAL 0x0020
 #define _O_CREAT 0x0100
 #define _O_TRUNC 0x0200
 #define _O_BINARY 0x8000
@@ -234,7 +233,23 @@ std::int64_t _mktime64(std::tm* time);
 #endif  // _WIN32
 
 namespace platform {
+
 using WideString = std::basic_string<WCHAR>;
+
+// Units of the buffers that the library hands to the path calls, terminator
+// included. The POSIX path calls fill no more; the Windows ones stop at
+// MAX_PATH (260) long before.
+inline constexpr std::size_t kPathBufferUnits = 2048;
+
+// Paths converted between UTF-8 and UTF-16 stay on the stack up to this many
+// units (bytes for UTF-8), terminator included; longer ones go to the heap.
+inline constexpr int kInlinePathUnits = 512;
+
+// A FILETIME counts 100 ns ticks from 1601-01-01, this many seconds before
+// 1970-01-01.
+inline constexpr std::int64_t kTicksPerSecond = 10000000;
+inline constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+
 }  // namespace platform
 
 #endif  // VELMIO_PLATFORM_PLATFORM_H_

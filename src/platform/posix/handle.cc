@@ -50,9 +50,9 @@ BOOL GetFileTime(HANDLE file, FILETIME* creation, FILETIME* last_access,
   if (::fstat(FromHandle(file)->fd, &status) != 0) return 0;
   auto to_filetime = [](const struct timespec& time, FILETIME* out) {
     if (out == nullptr) return;
-    // 100 ns ticks since 1601-01-01, the Windows epoch.
     std::uint64_t ticks = static_cast<std::uint64_t>(
-        (static_cast<std::int64_t>(time.tv_sec) + 11644473600LL) * 10000000LL +
+        (static_cast<std::int64_t>(time.tv_sec) + kSecondsFrom1601To1970) *
+            kTicksPerSecond +
         time.tv_nsec / 100);
     out->dwLowDateTime = static_cast<DWORD>(ticks);
     out->dwHighDateTime = static_cast<DWORD>(ticks >> 32);

@@ -11,10 +11,6 @@
 namespace platform {
 namespace {
 
-// The Windows calls assume MAX_PATH buffers; the callers here hand in arrays
-// of this many units, terminator included.
-constexpr size_t kBufferUnits = 2048;
-
 bool IsSeparator(WCHAR unit) { return unit == u'/' || unit == u'\\'; }
 
 size_t Length(const WCHAR* text) { return std::char_traits<WCHAR>::length(text); }
@@ -47,7 +43,7 @@ BOOL PathAppendW(WCHAR* path, const WCHAR* more) {
   size_t more_length = Length(more);
   bool separator = more_length != 0 && length != 0 && !IsSeparator(path[length - 1]);
   size_t total = length + (separator ? 1 : 0) + more_length;
-  if (total + 1 > kBufferUnits) return 0;
+  if (total + 1 > kPathBufferUnits) return 0;
   if (separator) path[length++] = kPathSeparator;
   std::char_traits<WCHAR>::copy(path + length, more, more_length);
   path[total] = 0;
@@ -82,7 +78,7 @@ BOOL PathCanonicalizeW(WCHAR* destination, const WCHAR* source) {
   } else if (length != 0 && IsSeparator(source[length - 1])) {
     result.push_back(kPathSeparator);
   }
-  if (result.size() + 1 > kBufferUnits) return 0;
+  if (result.size() + 1 > kPathBufferUnits) return 0;
   result.copy(destination, result.size());
   destination[result.size()] = 0;
   return 1;

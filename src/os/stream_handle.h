@@ -1,5 +1,5 @@
-#ifndef VELMIO_CORE_STREAM_HANDLE_H_
-#define VELMIO_CORE_STREAM_HANDLE_H_
+#ifndef VELMIO_OS_STREAM_HANDLE_H_
+#define VELMIO_OS_STREAM_HANDLE_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +14,8 @@ namespace velm::io {
 
 // A stream that is a handle over one state object, its sole owner: every
 // operation forwards to the state, and deleting the handle deletes the state,
-// which closes the file. The OS back-ends build their streams from this.
+// which closes the file. The descriptor and stdio back-ends build their
+// streams from this.
 template <typename Contract, typename State>
 class StreamHandle : public Contract {
  public:
@@ -69,4 +70,4 @@ class OutputHandle : public StreamHandle<Output, State> {
 
 }  // namespace velm::io
 
-#endif  // VELMIO_CORE_STREAM_HANDLE_H_
+#endif  // VELMIO_OS_STREAM_HANDLE_H_
