@@ -1,6 +1,7 @@
-#include "os/directory_listing.h"
-
+#include <queue>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "os/make_absolute_path.h"
 #include "os/opener_os.h"
@@ -34,6 +35,64 @@ class Search {
 
 bool IsDotOrDotDot(const platform::WCHAR* name) {
   return name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0));
+}
+
+// One path of a directory walk in both encodings: wide to build search
+// patterns, utf8 to build the entries handed out.
+struct DualPath {
+  std::string utf8;
+  platform::WideString wide;
+
+  // Fills whichever form is empty from the other; two filled forms are left
+  // as they are, without comparing them.
+  void Sync() {
+    if (utf8.empty() && !wide.empty()) {
+      Utf8Path converted(wide.c_str());
+      utf8 = converted.text;
+    } else if (wide.empty() && !utf8.empty()) {
+      WidePath converted(utf8.c_str());
+      wide = converted.text;
+    }
+  }
+};
+
+// Sub-directories waiting to be scanned. A deque underneath, so the element
+// being scanned keeps its address while new ones go in at the back.
+using DualPathQueue = std::queue<DualPath>;
+
+// Adds the files of base (of base/sub when sub is given) to out, named
+// relative to base. With pending given, queues the sub-directories found.
+void ScanDirectory(const DualPath& base, const DualPath* sub,
+                   std::vector<std::string>& out, DualPathQueue* pending) {
+  platform::WideString pattern = base.wide;
+  if (sub != nullptr) {
+    pattern += platform::kPathSeparator;
+    pattern += sub->wide;
+  }
+  pattern += platform::kPathSeparator;
+  pattern += '*';
+  Search search(pattern.c_str());
+  if (!search.IsOpen()) return;
+  do {
+    const platform::WCHAR* name = search.found.cFileName;
+    if ((search.found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+      Utf8Path utf8(name);
+      if (sub != nullptr) {
+        out.push_back(sub->utf8 + platform::kPathSeparator + utf8.text);
+      } else {
+        out.push_back(utf8.text);
+      }
+    } else if (pending != nullptr && !IsDotOrDotDot(name)) {
+      DualPath directory;
+      if (sub != nullptr) {
+        directory.wide = sub->wide;
+        directory.wide += platform::kPathSeparator;
+      }
+      directory.wide += name;
+      directory.Sync();
+      pending->push(std::move(directory));
+    }
+  } while (search.Next());
 }
 
 }  // namespace
@@ -75,39 +134,6 @@ void OpenerOS::ListFiles(const std::string& path, bool recursive,
     ScanDirectory(base, &pending.front(), out, &pending);
     pending.pop();
   }
-}
-
-void ScanDirectory(const DualPath& base, const DualPath* sub,
-                   std::vector<std::string>& out, DualPathQueue* pending) {
-  platform::WideString pattern = base.wide;
-  if (sub != nullptr) {
-    pattern += platform::kPathSeparator;
-    pattern += sub->wide;
-  }
-  pattern += platform::kPathSeparator;
-  pattern += '*';
-  Search search(pattern.c_str());
-  if (!search.IsOpen()) return;
-  do {
-    const platform::WCHAR* name = search.found.cFileName;
-    if ((search.found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-      Utf8Path utf8(name);
-      if (sub != nullptr) {
-        out.push_back(sub->utf8 + platform::kPathSeparator + utf8.text);
-      } else {
-        out.push_back(utf8.text);
-      }
-    } else if (pending != nullptr && !IsDotOrDotDot(name)) {
-      DualPath directory;
-      if (sub != nullptr) {
-        directory.wide = sub->wide;
-        directory.wide += platform::kPathSeparator;
-      }
-      directory.wide += name;
-      directory.Sync();
-      pending->push(std::move(directory));
-    }
-  } while (search.Next());
 }
 
 }  // namespace velm::io
