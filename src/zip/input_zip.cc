@@ -34,8 +34,9 @@ int64_t InputZip::Tell() {
 
 int32_t InputZip::Seek(int64_t offset, int32_t whence) {
   if (!slice && !data) return -1;
-  // Both kinds judge the target in member coordinates; only a deflated
-  // member refuses to reach its very end relatively.
+  // Both kinds judge the target in member coordinates. A deflated member
+  // refuses a relative seek onto its very end, so Seek(0, 1) there gives -1,
+  // on purpose: hosts rely on it. Whence 0 and 2 reach the end.
   const int64_t length = static_cast<int64_t>(size);
   int64_t target = 0;
   switch (whence) {

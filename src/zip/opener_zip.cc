@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include <velm/log/log>
+
+#include "zip/input_zip.h"
 
 namespace velm::io {
 
@@ -30,12 +33,6 @@ bool NameLess(const ZipEntry* a, const ZipEntry* b) {
 }  // namespace
 
 OpenerZip::OpenerZip() : name("zip"), root("zip") {}
-
-OpenerZip::~OpenerZip() {
-  archive.reset();
-  sorted_entries.clear();
-  entries.clear();
-}
 
 OpenerZip* OpenerZip::Create(Input* archive) {
   std::unique_ptr<OpenerZip> zip(new OpenerZip());
@@ -117,6 +114,37 @@ void OpenerZip::AddParents(const std::string& entry_name) {
     record.name = inserted.first->first.c_str();
     sorted_entries.push_back(&record);
   }
+}
+
+Input* OpenerZip::OpenInput(const std::string& path) {
+  std::string standard;
+  if (!StandardizePath(path, standard) || standard.empty()) return nullptr;
+  auto found = entries.find(standard);
+  if (found == entries.end()) return nullptr;
+  const ZipEntry& entry = found->second;
+  switch (entry.compress_method) {
+    case 0:
+      return OpenStored(standard, entry);
+    case 8:
+      return OpenDeflated(standard, entry);
+    default:
+      velm::log::LogError(LogChannel,
+                          "Compress method %d is not available for file %s",
+                          static_cast<int>(entry.compress_method),
+                          standard.c_str());
+      return nullptr;
+  }
+}
+
+Input* OpenerZip::OpenStored(const std::string& path, const ZipEntry& entry) {
+  auto stream = std::make_unique<InputZip>(path, this, entry.uncompress_size);
+  stream->start = entry.offset;
+  std::unique_ptr<Input> slice(archive->Clone());
+  if (!slice) return nullptr;
+  // A refused seek shows itself in the slice's Tell, which bounds every Read.
+  slice->Seek(static_cast<int64_t>(stream->start), 0);
+  stream->slice = std::move(slice);
+  return stream.release();
 }
 
 OpenerType OpenerZip::GetType() const { return OpenerTypeZip; }

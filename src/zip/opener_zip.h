@@ -22,7 +22,6 @@ namespace velm::io {
 class OpenerZip final : public Opener {
  public:
   OpenerZip();
-  ~OpenerZip() override;
   OpenerZip(const OpenerZip&) = delete;
   OpenerZip& operator=(const OpenerZip&) = delete;
 

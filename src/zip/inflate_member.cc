@@ -55,37 +55,6 @@ struct InflateStream {
 
 }  // namespace
 
-Input* OpenerZip::OpenInput(const std::string& path) {
-  std::string standard;
-  if (!StandardizePath(path, standard) || standard.empty()) return nullptr;
-  auto found = entries.find(standard);
-  if (found == entries.end()) return nullptr;
-  const ZipEntry& entry = found->second;
-  switch (entry.compress_method) {
-    case 0:
-      return OpenStored(standard, entry);
-    case 8:
-      return OpenDeflated(standard, entry);
-    default:
-      velm::log::LogError(LogChannel,
-                          "Compress method %d is not available for file %s",
-                          static_cast<int>(entry.compress_method),
-                          standard.c_str());
-      return nullptr;
-  }
-}
-
-Input* OpenerZip::OpenStored(const std::string& path, const ZipEntry& entry) {
-  auto stream = std::make_unique<InputZip>(path, this, entry.uncompress_size);
-  stream->start = entry.offset;
-  std::unique_ptr<Input> slice(archive->Clone());
-  if (!slice) return nullptr;
-  // A refused seek shows itself in the slice's Tell, which bounds every Read.
-  slice->Seek(static_cast<int64_t>(stream->start), 0);
-  stream->slice = std::move(slice);
-  return stream.release();
-}
-
 Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
   auto stream = std::make_unique<InputZip>(path, this, entry.uncompress_size);
   std::unique_ptr<unsigned char, FreeDeleter> output =
