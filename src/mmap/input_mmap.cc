@@ -6,8 +6,6 @@
 
 namespace velm::io {
 
-InputMMap::InputMMap() = default;
-
 InputMMap::InputMMap(Opener* opener, const std::string& path,
                      std::shared_ptr<char> view, uint64_t size)
     : path(path), opener(opener), view(std::move(view)), size(size) {}
@@ -29,7 +27,8 @@ int32_t InputMMap::Seek(int64_t offset, int32_t whence) {
         if (static_cast<uint64_t>(offset) > size - position) return -1;
         position += static_cast<uint64_t>(offset);
       } else {
-        // Strict: a relative seek back never lands on 0.
+        // Strictly below, on purpose: a relative seek back never arrives at
+        // 0, and hosts rely on the -1 it gives there. Seek(0, 0) reaches 0.
         if (back >= position) return -1;
         position -= back;
       }

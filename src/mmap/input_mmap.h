@@ -10,11 +10,11 @@
 
 namespace velm::io {
 
-// Reads a shared read-only view of a whole file; clones share the view. No
-// operation makes a system call, and the position is a plain field.
+// Reads a shared read-only view of a whole file; clones share the view. Only
+// dropping the last reference to the view makes a system call: it unmaps it.
+// The position is a plain field.
 class InputMMap final : public Input {
  public:
-  InputMMap();
   InputMMap(Opener* opener, const std::string& path,
             std::shared_ptr<char> view, uint64_t size);
   InputMMap(const InputMMap&) = delete;

@@ -69,7 +69,8 @@ MappedFileEntry* AcquireMappedFile(const platform::WideString& key,
 
 platform::HANDLE MapWholeFile(const platform::WCHAR* path, uint64_t& size,
                               char*& view) {
-  // Share mode 0: a file that anyone holds open is not mapped.
+  // Share mode 0: on Windows a file that anyone holds open is not mapped.
+  // POSIX knows no share modes, and there it maps all the same.
   platform::HANDLE file =
       platform::CreateFileW(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING,
                             FILE_ATTRIBUTE_NORMAL, nullptr);
