@@ -1,0 +1,27 @@
+// Reading an Input in pieces, whole, or at an offset.
+#ifndef VELMIO_TOOLS_INPUT_READING_H_
+#define VELMIO_TOOLS_INPUT_READING_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include <velm/io/stream>
+
+namespace tool {
+
+// Hands every piece that input gives to sink until input ends. The count of
+// bytes read, or -1 when a read fails or sink gives false.
+int64_t ReadChunks(velm::io::Input& input,
+                   const std::function<bool(const char* data, size_t size)>& sink);
+
+// The rest of input appended to out; false when a read fails.
+bool ReadAll(velm::io::Input& input, std::string& out);
+
+// Exactly size bytes from offset into out; false when fewer are there.
+bool ReadAt(velm::io::Input& input, uint64_t offset, size_t size, std::string& out);
+
+}  // namespace tool
+
+#endif  // VELMIO_TOOLS_INPUT_READING_H_

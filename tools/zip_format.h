@@ -1,0 +1,46 @@
+// Record layout of the zip format, as far as the tool reads and writes it.
+#ifndef VELMIO_TOOLS_ZIP_FORMAT_H_
+#define VELMIO_TOOLS_ZIP_FORMAT_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace zip {
+
+constexpr uint32_t kLocalHeader = 0x04034b50;
+constexpr uint32_t kCentralHeader = 0x02014b50;
+constexpr uint32_t kEndRecord = 0x06054b50;
+constexpr uint32_t kZip64EndRecord = 0x06064b50;
+constexpr uint32_t kZip64Locator = 0x07064b50;
+
+constexpr size_t kLocalHeaderSize = 30;
+constexpr size_t kCentralHeaderSize = 46;
+constexpr size_t kEndRecordSize = 22;
+constexpr size_t kZip64LocatorSize = 20;
+constexpr size_t kZip64EndRecordSize = 56;
+constexpr uint16_t kZip64ExtraTag = 0x0001;
+constexpr uint32_t kMax32 = 0xFFFFFFFF;
+constexpr uint16_t kMax16 = 0xFFFF;
+
+constexpr uint16_t kFlagEncrypted = 1 << 0;
+constexpr uint16_t kFlagDataDescriptor = 1 << 3;
+constexpr uint16_t kFlagUtf8 = 1 << 11;
+
+constexpr uint16_t kMethodStored = 0;
+constexpr uint16_t kMethodDeflated = 8;
+
+// Little-endian integer of `bytes` bytes at p.
+inline uint64_t Get(const unsigned char* p, int bytes) {
+  uint64_t value = 0;
+  for (int i = bytes - 1; i >= 0; --i) value = value << 8 | p[i];
+  return value;
+}
+
+inline void Put(std::string& out, uint64_t value, int bytes) {
+  for (int i = 0; i < bytes; ++i) out.push_back(static_cast<char>(value >> (8 * i)));
+}
+
+}  // namespace zip
+
+#endif  // VELMIO_TOOLS_ZIP_FORMAT_H_
