@@ -19,8 +19,12 @@ namespace {
 
 namespace io = velm::io;
 
+// The path is made absolute first: on Windows that also gives it one kind of
+// separator throughout.
 bool EnsureDirectory(io::Opener& sys, const std::string& path) {
-  return sys.IsDirectory(path) || sys.CreateDirectories(path);
+  std::string absolute;
+  return sys.StandardizePath(path, absolute) &&
+         (sys.IsDirectory(absolute) || sys.CreateDirectories(absolute));
 }
 
 bool Failed(const std::string& name, const char* why) {
