@@ -3,7 +3,6 @@
 // archives are written to a temporary folder at startup.
 
 #include <benchmark/benchmark.h>
-#include <zlib.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -16,6 +15,8 @@
 #include <velm/io/opener>
 #include <velm/log/log>
 
+#include "archive_writer.h"
+
 namespace fs = std::filesystem;
 using velm::io::GetOpener;
 using velm::io::Input;
@@ -26,47 +27,6 @@ namespace {
 
 constexpr size_t kBigMember = 16 << 20;
 
-void Put16(std::string& out, uint32_t value) {
-  out.push_back(static_cast<char>(value & 0xff));
-  out.push_back(static_cast<char>(value >> 8));
-}
-
-void Put32(std::string& out, uint32_t value) {
-  Put16(out, value & 0xffff);
-  Put16(out, value >> 16);
-}
-
-void AddRecord(std::string& archive, const std::string& name,
-               const std::string& content, bool compress) {
-  std::string data = content;
-  if (compress) {
-    z_stream stream = {};
-    deflateInit2(&stream, 6, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
-    data.assign(deflateBound(&stream, static_cast<uLong>(content.size())), '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
-    stream.avail_in = static_cast<uInt>(content.size());
-    stream.next_out = reinterpret_cast<Bytef*>(&data[0]);
-    stream.avail_out = static_cast<uInt>(data.size());
-    deflate(&stream, Z_FINISH);
-    data.resize(stream.total_out);
-    deflateEnd(&stream);
-  }
-  Put32(archive, 0x04034b50);
-  Put16(archive, 20);
-  Put16(archive, 0);
-  Put16(archive, compress ? 8 : 0);
-  Put32(archive, 0);
-  Put32(archive, static_cast<uint32_t>(
-                     crc32(0, reinterpret_cast<const Bytef*>(content.data()),
-                           static_cast<uInt>(content.size()))));
-  Put32(archive, static_cast<uint32_t>(data.size()));
-  Put32(archive, static_cast<uint32_t>(content.size()));
-  Put16(archive, static_cast<uint32_t>(name.size()));
-  Put16(archive, 0);
-  archive += name;
-  archive += data;
-}
-
 struct Archives {
   fs::path dir;
   std::string many;  // 10,000 small members
@@ -76,25 +36,18 @@ struct Archives {
     dir = fs::temp_directory_path() /
           ("velmio-zip-bench-" + std::to_string(std::random_device()()));
     fs::create_directories(dir);
-    std::string archive;
+    velm::bench::ZipWriter writer;
     for (int i = 0; i < 10000; ++i) {
-      AddRecord(archive,
-                "dir" + std::to_string(i % 100) + "/file" + std::to_string(i),
-                "content of member " + std::to_string(i), i % 2 == 0);
+      writer.Add("dir" + std::to_string(i % 100) + "/file" + std::to_string(i),
+                 "content of member " + std::to_string(i), i % 2 == 0);
     }
-    many = Write("many.zip", archive);
+    many = Write("many.zip", writer.Finish());
 
-    // Text-like content that deflates to about a quarter of its size.
     std::mt19937 random(7);
-    std::string content;
-    content.reserve(kBigMember);
-    while (content.size() < kBigMember)
-      content += "word" + std::to_string(random() % 5000) + " ";
-    content.resize(kBigMember);
-    archive.clear();
-    AddRecord(archive, "deflated", content, true);
-    AddRecord(archive, "stored", content, false);
-    big = Write("big.zip", archive);
+    std::string content = velm::bench::TextLike(random, kBigMember);
+    writer.Add("deflated", content, true);
+    writer.Add("stored", content, false);
+    big = Write("big.zip", writer.Finish());
   }
   ~Archives() {
     std::error_code error;
