@@ -1,0 +1,195 @@
+// The OS back-ends' file-system operations and listings.
+#include <algorithm>
+#include <chrono>
+#include <ctime>
+
+#include "os/make_absolute_path.h"
+#include "support/support.h"
+
+namespace velm::io {
+namespace {
+
+using namespace test;
+
+Opener* Sys() { return GetOpener(OpenerTypeSys); }
+
+Strings Sorted(Strings strings) {
+  std::sort(strings.begin(), strings.end());
+  return strings;
+}
+
+Strings FilesOf(const std::string& path, bool recursive) {
+  Strings out;
+  Sys()->ListFiles(path, recursive, out);
+  return out;
+}
+
+// A folder with a file, a folder, and where the system allows, links to both
+// and one that leads nowhere. Their names are in several scripts.
+struct Tree {
+  Tree() {
+    WriteFile(file, "x");
+    fs::create_directory(fs::u8path(directory));
+    std::error_code error;
+    fs::create_directory_symlink(fs::u8path(directory), fs::u8path(dir.Join("to_d")), error);
+    if (!error) fs::create_symlink(fs::u8path(file), fs::u8path(dir.Join("to_f")), error);
+    if (!error) fs::create_symlink(fs::u8path(dir.Join("none")), fs::u8path(dir.Join("to_none")), error);
+    links = !error;
+  }
+  TempDir dir;
+  const std::string file = dir.Join("Größe😀"), directory = dir.Join("файл");
+  bool links = false;
+};
+
+TEST(FileSystem, IsFileIsDirectoryAndRemoveFile) {
+  Tree tree;
+  // A link counts as what it leads to; both separators are alike.
+  const struct { std::string path; bool file, directory, link; } cases[] = {
+      {tree.file, true, false, false}, {tree.directory, false, true, false},
+      {tree.dir.Join("missing"), false, false, false}, {"", false, false, false},
+      {tree.directory + "\\..\\Größe😀", true, false, false}, {tree.dir.path + "/файл", false, true, false},
+      {tree.dir.Join("to_d"), false, true, true}, {tree.dir.Join("to_f"), true, false, true},
+      {tree.dir.Join("to_none"), false, false, true}};
+  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    for (const auto& c : cases) {
+      if (c.link && !tree.links) continue;
+      EXPECT_TRUE(GetOpener(type)->IsFile(c.path) == c.file && GetOpener(type)->IsDirectory(c.path) == c.directory)
+          << c.path;
+    }
+  }
+  EXPECT_FALSE(Sys()->RemoveFile(tree.directory) || Sys()->RemoveFile(""));
+  EXPECT_TRUE(Sys()->RemoveFile(tree.file));
+  EXPECT_FALSE(Sys()->RemoveFile(tree.file));
+  EXPECT_TRUE(fs::is_directory(fs::u8path(tree.directory)));
+  if (!tree.links) GTEST_SKIP() << "no symbolic links here";
+}
+
+TEST(FileSystem, GetModifiedTimeDropsSubSecondsAndLeaksNothing) {
+  Tree tree;
+  const fs::path native = fs::u8path(tree.file);
+  // The file clock's epoch lies whole seconds from 1970, so a whole second of
+  // it is a whole second since 1970.
+  const auto whole = std::chrono::floor<std::chrono::seconds>(fs::last_write_time(native));
+  fs::last_write_time(native, whole);
+  const int64_t at_whole = Sys()->GetModifiedTime(tree.file);
+  EXPECT_NEAR(at_whole, std::time(nullptr), 5);
+  fs::last_write_time(native, whole + std::chrono::nanoseconds(999999900));
+  EXPECT_EQ(Sys()->GetModifiedTime(tree.file), at_whole);
+  // 9.5 seconds before 1970 is -10: cut towards the past, not towards zero.
+  // The Windows runtime's setter keeps whole seconds only.
+  fs::last_write_time(native, whole - std::chrono::seconds(at_whole + 10) +
+                                  std::chrono::milliseconds(OnWindows() ? 0 : 500));
+  EXPECT_EQ(Sys()->GetModifiedTime(tree.file), -10);
+  for (const std::string& path : {tree.directory, tree.dir.Join("missing"), std::string()}) {
+    EXPECT_EQ(GetOpener(OpenerTypeMMap)->GetModifiedTime(path), -1) << path;
+  }
+  // Every way through the file-system operations gives back what it opened.
+  Strings out;
+  ExpectNoLeak([&] {
+    for (const std::string& path : {tree.file, tree.directory, tree.dir.Join("missing")}) {
+      Sys()->GetModifiedTime(path), Sys()->IsFile(path);
+      Sys()->List(path, out), Sys()->ListFiles(path, true, out);
+    }
+    Sys()->RemoveDirectory(tree.dir.Join("missing"));
+    Sys()->CreateDirectories(tree.file + kSep + "x");
+    Sys()->CreateDirectories(tree.dir.Join("new")), Sys()->RemoveDirectory(tree.dir.Join("new"));
+  });
+}
+
+TEST(FileSystem, CreateDirectories) {
+  TempDir dir;
+  InDirectory current(dir.path);
+  const std::string nested = dir.Join("a") + kSep + "b";
+  EXPECT_TRUE(Sys()->CreateDirectories(nested) && fs::is_directory(fs::u8path(nested)));
+  EXPECT_FALSE(Sys()->CreateDirectories(nested)) << "it exists";
+  EXPECT_FALSE(Sys()->CreateDirectories("relative") || fs::exists("relative"));
+  EXPECT_FALSE(Sys()->CreateDirectories(""));
+  WriteFile(dir.Join("file"), "x");
+  EXPECT_FALSE(Sys()->CreateDirectories(dir.Join("file") + kSep + "b"));
+}
+
+TEST(FileSystem, RemoveDirectoryTakesTheTreeButNeverFollowsLinks) {
+  Tree tree;
+  const fs::path top = fs::u8path(tree.dir.Join("top"));
+  fs::create_directories(top / "a" / "b");
+  WriteFile((top / "a" / "b" / "deep").u8string(), "2");
+  WriteFile(tree.directory + kSep + "keep", "k");
+  std::error_code error;
+  fs::create_directory_symlink(fs::u8path(tree.directory), top / "a" / "to_d", error);
+  if (!error) fs::create_symlink(fs::u8path(tree.file), top / "to_f", error);
+  {  // An empty path removes nothing, the current directory least of all.
+    InDirectory current(top.u8string());
+    EXPECT_FALSE(Sys()->RemoveDirectory(""));
+  }
+  EXPECT_TRUE(fs::exists(top / "a" / "b" / "deep"));
+  EXPECT_TRUE(Sys()->RemoveDirectory(top.u8string()) && !fs::exists(top));
+  EXPECT_FALSE(Sys()->RemoveDirectory(top.u8string()));
+  EXPECT_TRUE(fs::exists(fs::u8path(tree.directory + kSep + "keep")));
+  EXPECT_TRUE(Sys()->RemoveDirectory(tree.file)) << "a plain file goes too, once";
+  EXPECT_FALSE(fs::exists(fs::u8path(tree.file)));
+  if (!tree.links) GTEST_SKIP() << "no symbolic links here";
+  // A link named directly goes itself, on Linux also with a trailing
+  // separator, which would otherwise lead stat through it.
+  EXPECT_TRUE(Sys()->RemoveDirectory(tree.dir.Join("to_d") + (OnWindows() ? "" : "/")));
+  EXPECT_FALSE(fs::exists(fs::symlink_status(fs::u8path(tree.dir.Join("to_d")))));
+  EXPECT_TRUE(fs::exists(fs::u8path(tree.directory + kSep + "keep")));
+}
+
+TEST(Listing, ListGivesAbsoluteEntriesAndListFilesNames) {
+  TempDir dir;
+  for (const char* name : {"f", ".x", "..x", "ファイル"}) WriteFile(dir.Join(name), name);
+  fs::create_directories(fs::u8path(dir.Join("sub")));
+  fs::create_directories(fs::u8path(dir.Join("empty")));
+  WriteFile(dir.Join("sub") + kSep + "inner", "i");
+  std::string base;
+  ASSERT_TRUE(MakeAbsolutePath(dir.path, base));
+  Strings entries;
+  for (const char* name : {"..x", ".x", "empty", "f", "sub", "ファイル"}) entries.push_back(base + kSep + name);
+  // Both separators and a trailing one name the same folder.
+  std::string forward = dir.path, backward = dir.path;
+  std::replace(forward.begin(), forward.end(), '\\', '/');
+  std::replace(backward.begin(), backward.end(), '/', '\\');
+  for (const std::string& path : {dir.path, dir.path + kSep, forward, backward}) {
+    Strings out = {"keep"};
+    Sys()->List(path, out);
+    EXPECT_EQ(out[0], "keep") << "earlier content stays";
+    EXPECT_EQ(Sorted(Strings(out.begin() + 1, out.end())), entries) << path;
+    EXPECT_EQ(Sorted(FilesOf(path, false)), (Strings{"..x", ".x", "f", "ファイル"})) << path;
+    EXPECT_EQ(Sorted(FilesOf(path, true)), (Strings{"..x", ".x", "f", "sub" + kSep + "inner", "ファイル"}));
+  }
+  Strings out = {"keep"};
+  for (const char* nothing : {"missing", "f", "empty"}) {
+    Sys()->List(dir.Join(nothing), out), Sys()->ListFiles(dir.Join(nothing), true, out);
+  }
+  EXPECT_EQ(out, Strings{"keep"});
+  InDirectory current(dir.Join("sub"));
+  Sys()->List("", out);
+  EXPECT_EQ(out, (Strings{"keep", fs::current_path().u8string() + kSep + "inner"}));
+}
+
+// Level by level: the entries of a/c come behind those of b.
+TEST(Listing, RecursiveWalkIsBreadthFirstAndEndsInALinkLoop) {
+  TempDir dir;
+  const fs::path top = fs::u8path(dir.path);
+  fs::create_directories(top / "a" / "c");
+  fs::create_directories(top / "b" / "empty");
+  for (const fs::path& file : {top / "x.txt", top / "a" / "y.txt", top / "b" / "z.txt", top / "a" / "c" / "w.txt"}) {
+    WriteFile(file.u8string(), "");
+  }
+  Strings out = FilesOf(dir.path, true);
+  ASSERT_EQ(out.size(), 4u);
+  EXPECT_EQ(Sorted({out[1], out[2]}), Sorted({"a" + kSep + "y.txt", "b" + kSep + "z.txt"}));
+  EXPECT_TRUE(out[0] == "x.txt" && out[3] == "a" + kSep + "c" + kSep + "w.txt");
+  std::error_code error;
+  fs::create_directory_symlink(top / "a", top / "a" / "c" / "loop", error);
+  if (error) GTEST_SKIP() << "no symbolic links here: " << error.message();
+  // A link to a directory is a directory: followed, with no entry of its own.
+  EXPECT_EQ(FilesOf((top / "a" / "c").u8string(), false), Strings{"w.txt"});
+  out = FilesOf((top / "a").u8string(), true);
+  ASSERT_GE(out.size(), 4u);
+  const std::string c = "c" + kSep, loop = c + "loop" + kSep;
+  EXPECT_EQ(Strings(out.begin(), out.begin() + 4), (Strings{"y.txt", c + "w.txt", loop + "y.txt", loop + c + "w.txt"}));
+}
+
+}  // namespace
+}  // namespace velm::io

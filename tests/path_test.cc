@@ -1,0 +1,110 @@
+// Logical paths, standardised as text, and absolute OS paths.
+#include <velm/io/path>
+
+#include "core/standardize_path.h"
+#include "os/make_absolute_path.h"
+#include "support/support.h"
+
+namespace velm::io {
+namespace {
+
+using namespace test;
+
+// The canonical form, or "!" for a refusal, which must leave out alone.
+std::string Standard(const std::string& in) {
+  std::string out = "previous";
+  const bool ok = StandardizePathASCII(in, out);
+  return ok ? out : out == "previous" ? "!" : "refused but out changed";
+}
+
+TEST(StandardizePathASCII, Examples) {
+  const std::pair<std::string, std::string> examples[] = {
+      {"", ""},           {"a", "a"},           {"a/b/c", "a/b/c"},
+      {"a\\b\\c", "a/b/c"}, {"a/\\b", "a/b"},     {"a//b", "a/b"},
+      {"/a/b", "a/b"},    {"\\a", "a"},         {"a/b/", "a/b"},
+      {"/", ""},          {"//", ""},           {"./a", "a"},
+      {"a/./b", "a/b"},   {"a/./", "a"},        {"./", ""},
+      {".", "."},         {"/.", "."},          {"a/.", "a/."},
+      {"./.", "."},       {"a/./.", "a/."},     {"a/b/..", "a"},
+      {"a/b/../", "a"},   {"a/..", ""},         {"a/../b", "b"},
+      {"a/./..", ""},     {"..", "!"},          {"../a", "!"},
+      {"..\\a", "!"},     {"./..", "!"},        {"a/../..", "!"},
+      {"a/../../b", "!"}, {"...", "..."},       {"a/.../b", "a/.../b"},
+      {"..a", "..a"},     {"a..", "a.."},       {"a b", "!"},
+      {"C:/x", "!"},      {"a/<b>", "!"},       {"it's", "!"},
+      {"a?b*", "a?b*"},   {"a b/..", "!"},      {"../ ", "!"},
+      // Only these nine bytes are refused; NUL and bytes above 0x7F are
+      // ordinary, and the length, not a terminator, ends the path.
+      {"a\t", "!"}, {"a\n", "!"}, {"a\r", "!"}, {"a\"", "!"}, {"a>", "!"},
+      {std::string("a\0b/c", 5), std::string("a\0b/c", 5)},
+      {"Gr\xC3\xB6\xC3\x9F" "e/?|%&*\x7F", "Gr\xC3\xB6\xC3\x9F" "e/?|%&*\x7F"}, };
+  // A result is canonical: standardising it again gives it back, and it has
+  // the shape every archive lookup relies on.
+  for (const auto& [in, expected] : examples) {
+    EXPECT_EQ(Standard(in), expected) << in;
+    if (expected == "!") continue;
+    EXPECT_EQ(Standard(expected), expected) << in;
+    EXPECT_TRUE(expected.find_first_of("\\") == std::string::npos && expected.find("//") == std::string::npos &&
+                (expected.empty() || (expected.front() != '/' && expected.back() != '/'))) << in;
+  }
+
+  std::string same = "/a/./b/../c/";  // in and out may be one object
+  EXPECT_TRUE(StandardizePathASCII(same, same) && same == "a/c");
+  same = "../x";
+  EXPECT_TRUE(!StandardizePathASCII(same, same) && same == "../x");
+  Strings tokens = {"stale"};
+  EXPECT_TRUE(TokenizePathASCII("", tokens) && tokens.empty());
+  EXPECT_TRUE(TokenizePathASCII("/x//y/./z/..", tokens) && tokens == (Strings{"x", "y"}));
+}
+
+std::string Absolute(const std::string& path) {
+  std::string out = "untouched";
+  return MakeAbsolutePath(path, out) == (out != "untouched") ? out : "refused but out changed";
+}
+
+TEST(MakeAbsolutePath, EachPlatformsAnswers) {
+  TempDir dir;
+  InDirectory current(dir.path);
+  const std::string base = fs::current_path().u8string();
+  const std::string& s = kSep;
+  // Case is kept and nothing needs to exist. A leading '/' is the root on
+  // Linux only; "." and names of dots are PathCanonicalizeW's own answer.
+  std::vector<std::pair<std::string, std::string>> cases = {
+      {"", base}, {"a//b\\c/", base + s + "a" + s + "b" + s + "c"},
+      {"x/./y/../z\\\\", base + s + "x" + s + "z"}, {"Größe/😀/Not", base + s + "Größe" + s + "😀" + s + "Not"}};
+  if (OnWindows()) {
+    cases.insert(cases.end(), {{"/x", base + s + "x"}, {"D:/x/../y", "D:\\y"},
+                               {"D:\\a\\\\b/", "D:\\a\\b"}, {"\\x", "\\x"},
+                               {"\\\\server\\share", "\\server\\share"}, {"D:\\", "D:\\"}});
+  } else {
+    cases.insert(cases.end(), {{"/x", "/x"}, {"/x/../y", "/y"}, {"/a\\\\b//c/", "/a/b/c"},
+                               {"\\x", "/x"}, {"//server\\share", "/server/share"},
+                               {"/", "/"}, {"/a/../../b/./c", "/b/c"}, {".", base}, {"C:\\x", base + "/C:/x"},
+                               {".x/..y/...", base + "/.x/..y/..."}});
+  }
+  for (const auto& [path, expected] : cases) { EXPECT_EQ(Absolute(path), expected) << path; }
+}
+
+TEST(MakeAbsolutePath, ResultsBeyond2047UnitsAreRefusedUntouched) {
+  const std::string root = OnWindows() ? "C:\\" : "/";
+  const std::string fits = root + std::string(2047 - root.size(), 'a');
+  EXPECT_EQ(Absolute(fits + "a"), "untouched");
+  if (OnWindows()) return;  // the Windows path calls stop at MAX_PATH
+  std::string letters = "/";  // the bound counts UTF-16 units, not bytes
+  for (int i = 0; i < 2046; ++i) letters += "é";
+  EXPECT_TRUE(Absolute(fits) == fits && Absolute(letters) == letters);
+  TempDir dir;
+  InDirectory current(dir.path);
+  const std::string base = fs::current_path().u8string();
+  const std::string relative(2047 - base.size() - 1, 'r');
+  EXPECT_TRUE(Absolute(relative) == base + "/" + relative && Absolute(relative + "r") == "untouched");
+  // A current directory that is gone cannot be read.
+  const std::string gone = dir.Join("gone");
+  fs::create_directory(fs::u8path(gone));
+  InDirectory inside(gone);
+  fs::remove(fs::u8path(gone));
+  EXPECT_TRUE(Absolute("x") == "untouched" && Absolute("") == "untouched" && Absolute("/x/y") == "/x/y");
+}
+
+}  // namespace
+}  // namespace velm::io

@@ -1,0 +1,225 @@
+// What every test program shares: folders, files, descriptors, the log, and
+// zip archives built record by record.
+#ifndef VELMIO_TESTS_SUPPORT_SUPPORT_H_
+#define VELMIO_TESTS_SUPPORT_SUPPORT_H_
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <velm/io/opener>
+#include <velm/io/stream>
+#include <velm/log/log>
+
+#include "platform/platform.h"
+
+namespace fs = std::filesystem;
+
+namespace velm::test {
+
+using Strings = std::vector<std::string>;
+const std::string kSep(1, platform::kPathSeparator);
+inline bool OnWindows() { return platform::kPathSeparator == '\\'; }
+// Wine's runtime differs from Windows in a few ways.
+inline bool UnderWine() { return OnWindows() && std::getenv("WINEPREFIX") != nullptr; }
+
+// A fresh folder below the system's temporary one, removed with its contents.
+struct TempDir {
+  TempDir() {
+    static std::atomic<unsigned> counter{0};
+    path = (fs::temp_directory_path() / ("velmio-" + std::to_string(std::random_device()()) + "-" +
+                                         std::to_string(counter++))).u8string();
+    if (!fs::create_directory(fs::u8path(path))) throw std::runtime_error("exists: " + path);
+  }
+  ~TempDir() {
+    std::error_code error;
+    fs::remove_all(fs::u8path(path), error);
+  }
+  TempDir(const TempDir&) = delete;
+  std::string Join(const std::string& name) const { return path + kSep + name; }
+  std::string path;
+};
+
+// The current directory for the life of the object.
+struct InDirectory {
+  explicit InDirectory(const std::string& path) : saved(fs::current_path()) { fs::current_path(fs::u8path(path)); }
+  ~InDirectory() {
+    std::error_code error;
+    fs::current_path(saved, error);
+  }
+  fs::path saved;
+};
+
+inline void WriteFile(const std::string& path, const std::string& bytes) {
+  std::ofstream out(fs::u8path(path), std::ios::binary | std::ios::trunc);
+  if (!out.write(bytes.data(), bytes.size())) throw std::runtime_error("cannot write " + path);
+}
+
+inline std::string ReadFile(const std::string& path) {
+  std::ostringstream bytes;
+  bytes << std::ifstream(fs::u8path(path), std::ios::binary).rdbuf();
+  return bytes.str();
+}
+
+inline std::string ReadAll(io::Input* input) {  // from the position to the end
+  std::string all;
+  char buffer[4096];
+  for (int64_t got; (got = input->Read(buffer, sizeof buffer)) > 0;) all.append(buffer, got);
+  return all;
+}
+
+inline std::string Joined(const Strings& parts) {
+  std::string out;
+  for (const std::string& part : parts) out += (out.empty() ? "" : "|") + part;
+  return out;
+}
+
+// Open descriptors on Linux (under Wine the folder lists the emulator's
+// own); elsewhere the number the runtime hands out next, which a leak raises.
+inline int DescriptorMark() {
+  std::error_code error;
+  int count = 0;
+  for (fs::directory_iterator it(OnWindows() ? "" : "/proc/self/fd", error), end; !error && it != end;
+       it.increment(error)) {
+    ++count;
+  }
+  if (!error) return count;
+  static TempDir dir;
+  static const std::string probe = (WriteFile(dir.Join("probe"), ""), dir.Join("probe"));
+  int fd = -1;
+  platform::_wsopen_s(&fd, platform::WideString(probe.begin(), probe.end()).c_str(), _O_RDONLY | _O_BINARY,
+                      _SH_DENYNO, 0);
+  if (fd != -1) platform::_close(fd);
+  return fd;
+}
+
+inline void ExpectNoLeak(const std::function<void()>& body) {
+  body();  // first-use allocations of the runtime are no leak
+  const int before = DescriptorMark();
+  for (int round = 0; round < 20; ++round) body();
+  EXPECT_EQ(DescriptorMark(), before) << "descriptors left open";
+}
+
+// Every line logged while the object lives.
+struct LogCapture {
+  struct Line { unsigned int channel; int level; bool is_error; std::string message; };
+  LogCapture() {
+    log::SetSink([](void* context, unsigned channel, int level, bool is_error, const char* text) {
+      static_cast<LogCapture*>(context)->lines.push_back({channel, level, is_error, text});
+    }, this);
+  }
+  ~LogCapture() { log::SetSink(nullptr, nullptr); }
+  Strings Errors() const {
+    Strings errors;
+    for (const Line& line : lines) {
+      if (line.is_error) errors.push_back(line.message);
+    }
+    return errors;
+  }
+  std::vector<Line> lines;
+};
+
+// One local zip record, every field under the test's control. Method 8
+// deflates content into data, raw as zip holds it; unset sizes are those of
+// data and content.
+struct ZipRecord {
+  ZipRecord(std::string name, std::string content, uint16_t method = 0, int level = 6)
+      : name(std::move(name)), data(content), content(std::move(content)), method(method) {
+    if (method != 8) return;
+    z_stream stream = {};
+    deflateInit2(&stream, level, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
+    data.assign(deflateBound(&stream, this->content.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(&this->content[0]);
+    stream.avail_in = static_cast<uInt>(this->content.size());
+    stream.next_out = reinterpret_cast<Bytef*>(&data[0]);
+    stream.avail_out = static_cast<uInt>(data.size());
+    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) throw std::runtime_error("deflate");
+    data.resize(stream.total_out);
+    deflateEnd(&stream);
+  }
+  std::string name, data, content, extra;
+  uint16_t method, flags = 0, dos_time = 0, dos_date = 0;
+  std::optional<uint32_t> compress_size, uncompress_size;
+  std::optional<uint16_t> name_length;  // may claim more than name holds
+};
+
+struct ZipWriter {
+  ZipWriter& Add(const ZipRecord& r) {
+    auto put = [this](uint32_t value, int size) {
+      for (int i = 0; i < size; ++i) bytes.push_back(static_cast<char>(value >> (8 * i)));
+    };
+    header_offsets.push_back(bytes.size());
+    put(0x04034b50, 4), put(20, 2), put(r.flags, 2), put(r.method, 2), put(r.dos_time, 2), put(r.dos_date, 2);
+    put(crc32(0, reinterpret_cast<const Bytef*>(r.content.data()), r.content.size()), 4);
+    put(r.compress_size.value_or(r.data.size()), 4), put(r.uncompress_size.value_or(r.content.size()), 4);
+    put(r.name_length.value_or(r.name.size()), 2), put(r.extra.size(), 2);
+    bytes += r.name + r.extra;
+    data_offsets.push_back(bytes.size());
+    bytes += r.data;
+    return *this;
+  }
+  ZipWriter& Stored(const std::string& name, const std::string& content) { return Add(ZipRecord(name, content)); }
+  ZipWriter& Deflated(const std::string& name, const std::string& content, int level = 6) {
+    return Add(ZipRecord(name, content, 8, level));
+  }
+  ZipWriter& Finish() {  // a central directory and end record: no local records
+    bytes += std::string("PK\x01\x02", 4) + std::string(42, '\0') + std::string("PK\x05\x06", 4) + std::string(18, '\0');
+    return *this;
+  }
+  std::string bytes;
+  std::vector<uint32_t> header_offsets, data_offsets;  // in the order of Add
+};
+
+struct ZipUnloader {
+  void operator()(io::Opener* opener) const { io::UnloadZip(opener); }
+};
+using ZipPtr = std::unique_ptr<io::Opener, ZipUnloader>;
+
+// Writes bytes to a new file and loads it through a built-in back-end.
+inline ZipPtr LoadBytes(const std::string& bytes, io::OpenerType type = io::OpenerTypeCFile) {
+  static TempDir dir;
+  static int count = 0;
+  // A new name each time: the mapped back-end keeps views by path.
+  const std::string path = dir.Join(std::to_string(++count) + ".zip");
+  WriteFile(path, bytes);
+  return ZipPtr(io::LoadZip(path, io::GetOpener(type)));
+}
+
+inline std::string Contents(io::Opener* zip, const std::string& path) {
+  std::unique_ptr<io::Input> input(zip->OpenInput(path));
+  return input ? ReadAll(input.get()) : "<none>";
+}
+
+// "name=contents" of every file of a recursive ListFiles, joined by "|"; ""
+// for no archive.
+inline std::string Dump(io::Opener* zip) {
+  Strings files;
+  if (zip) zip->ListFiles("", true, files);
+  for (std::string& name : files) name += "=" + Contents(zip, name);
+  return Joined(files);
+}
+
+// _mktime64 of a local wall-clock time, as DOS times are read.
+inline int64_t LocalTime(int year, int month, int day, int hour, int minute, int second) {
+  std::tm tm = {};
+  tm.tm_year = year - 1900, tm.tm_mon = month - 1, tm.tm_mday = day;
+  tm.tm_hour = hour, tm.tm_min = minute, tm.tm_sec = second;
+  return platform::_mktime64(&tm);
+}
+
+}  // namespace velm::test
+
+#endif  // VELMIO_TESTS_SUPPORT_SUPPORT_H_

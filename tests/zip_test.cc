@@ -1,0 +1,317 @@
+// Zip archives: the scan, queries, inflating, nesting, other tools' archives.
+#include <random>
+
+#include "support/support.h"
+
+namespace velm::io {
+namespace {
+
+using namespace test;
+
+// One answer as text; a listing is joined by "|" behind what out held.
+std::string Ask(Opener* zip, char op, const std::string& path) {
+  Strings out{"kept"};
+  switch (op) {
+    case 'L': zip->List(path, out); break;
+    case 'F': zip->ListFiles(path, false, out); break;
+    case 'R': zip->ListFiles(path, true, out); break;
+    case 'f': return zip->IsFile(path) ? "yes" : "no";
+    case 'd': return zip->IsDirectory(path) ? "yes" : "no";
+    case 't': return std::to_string(zip->GetModifiedTime(path));
+  }
+  return Joined(out);
+}
+
+// A record whose bytes and sizes are given as they stand.
+ZipRecord Raw(const char* name, const std::string& data, uint32_t size, uint16_t method = 8) {
+  ZipRecord r(name, "", method);
+  r.data = data, r.uncompress_size = size;
+  return r;
+}
+
+TEST(ZipScan, ParentsDuplicatesAndOddNames) {
+  ZipWriter writer;
+  writer.Stored("a/b/c.txt", "first").Deflated("a/b/d.txt", "second")
+      .Stored("a/b/c.txt", "stale").Stored("x/y/", "").Stored("/p/q", "rooted")
+      .Stored("m//n", "double").Stored("k\\l", "backslash").Stored("a/", "")
+      .Stored(std::string("n\0junk", 6), "cut").Stored("", "nameless").Finish();
+  LogCapture log;
+  ZipPtr zip = LoadBytes(writer.bytes);
+  ASSERT_TRUE(zip);
+  // One detail line per record, the stale duplicate too, none for parents.
+  ASSERT_EQ(log.lines.size(), 10u);
+  EXPECT_TRUE(log.lines[0].level == -1 && !log.lines[0].is_error);
+  EXPECT_EQ(log.lines[0].message, "Find zipped file a/b/c.txt, compress_method 0, compress_size 5, "
+            "uncompress_size 5, flags 0, offset " + std::to_string(writer.data_offsets[0]));
+  EXPECT_EQ(log.lines[2].message.rfind("Find zipped file a/b/c.txt,", 0), 0u);
+  // The first record of a name wins. Names with a leading "/", a "//" or a
+  // backslash are listed, but no standardised path reaches them. The
+  // nameless entry is the root's own: never listed, never opened. x/y/ made
+  // no parent x/, so x is a directory by prefix only.
+  EXPECT_EQ(Dump(zip.get()), "/p/q=<none>|a/b/c.txt=first|a/b/d.txt=second|k\\l=<none>|"
+                             "m//n=<none>|n=cut");
+  const std::pair<std::string, std::string> asked[] = {
+      {"L", "kept|a|k\\l|m|n"}, {"La", "kept|a/b"}, {"Lm", "kept|m/"},
+      {"Lx", "kept|x/y"},       {"dx", "yes"},      {"f", "yes"}};
+  for (const auto& [q, answer] : asked) { EXPECT_EQ(Ask(zip.get(), q[0], q.substr(1)), answer) << q; }
+  EXPECT_EQ(zip->OpenInput(""), nullptr);
+}
+
+// What loads is the run of whole local records from offset 0; "" stands for
+// a file that does not load.
+TEST(ZipScan, WalkEndsAtTheFirstThingThatIsNoRecord) {
+  const std::string archive = ZipWriter().Stored("a", "b").bytes;
+  ZipRecord streamed("streamed", "streamed content", 8);
+  streamed.flags = 8;  // sizes in a data descriptor, zero in the header
+  streamed.compress_size = streamed.uncompress_size = 0;
+  ZipRecord runaway("short", "");
+  runaway.name_length = 1000;
+  const std::string content = "zip64 style member";
+  ZipRecord big("big", content);
+  big.compress_size = big.uncompress_size = 0xFFFFFFFF;
+  ZipRecord deflated("deflated", content, 8);
+  deflated.compress_size = 0xFFFFFFFF;
+  const std::string all_ones = ZipWriter().Stored("first", "1").Add(deflated).Add(big).bytes;
+  ZipRecord with_extra("extra.txt", "behind an extra field");
+  with_extra.extra = std::string(9, 'x');
+  const std::string descriptor = "PK\x07\x08" + std::string(12, 'd');
+  const std::string behind = ZipWriter().Stored("behind", "lost").bytes;
+  const struct { std::string bytes, dump; OpenerType type = OpenerTypeCFile; } cases[] = {
+      {"", ""}, {"not a zip at all, just text\n", ""}, {ZipWriter().Finish().bytes, ""},
+      {"MZ stub" + archive, ""}, {"PK\x07\x08" + archive, ""}, {std::string(29, '\0'), ""},
+      {ZipWriter().Add(runaway).bytes, ""}, {archive + ZipWriter().Add(runaway).bytes, "a=b"},
+      // The deflate data is read as the next header.
+      {ZipWriter().Stored("b", "1").Add(streamed).bytes + descriptor + behind, "b=1|streamed="},
+      {archive + descriptor + behind, "a=b"},
+      {ZipWriter().Deflated("g", "kept").bytes + std::string(99, 'Z'), "g=kept"},
+      // The seek over 4 GiB of data ends the walk behind the deflated record
+      // where seeks past the end are allowed, before it where not. Inflation
+      // ends with the bytes the archive holds.
+      {all_ones, "deflated=" + content + "|first=1"}, {all_ones, "first=1", OpenerTypeMMap},
+      // A record cut short in its data: indexed where seeks past the end are
+      // allowed, with what the archive holds.
+      {ZipWriter().Add(with_extra).Stored("x", "y").bytes.substr(0, 80), "extra.txt=behind an extra field"},
+      {ZipWriter().Stored("a", "bc").Stored("x", "yz").bytes.substr(0, 65), "a=bc|x=y"},
+      {ZipWriter().Stored("a", "bc").Stored("x", "yz").bytes.substr(0, 65), "a=bc", OpenerTypeMMap},
+      {ZipWriter().Add(big).bytes, "big=" + content}};
+  LogCapture log;
+  const int descriptors = DescriptorMark();
+  for (const auto& c : cases) {
+    EXPECT_EQ(Dump(LoadBytes(c.bytes, c.type).get()), c.dump) << &c - cases;
+  }
+  EXPECT_TRUE(DescriptorMark() == descriptors && log.Errors().empty());
+  EXPECT_EQ(log.lines.back().message, "Find zipped file big, compress_method 0, compress_size -1, "
+                                      "uncompress_size -1, flags 0, offset 33");
+  ZipPtr zip = LoadBytes(ZipWriter().Add(big).bytes);
+  EXPECT_EQ(std::unique_ptr<Input>(zip->OpenInput("big"))->GetSize(), 0xFFFFFFFFll);
+}
+
+// The archive of the queries' worked example, plus odd members.
+TEST(ZipQuery, ListingsAndLookups) {
+  ZipRecord dated("a/b.txt", "b");
+  dated.dos_date = (41 << 9) | (6 << 5) | 15;    // 2021-06-15
+  dated.dos_time = (12 << 11) | (34 << 5) | 28;  // 12:34:56
+  // Out of order: the listing order comes from sorting.
+  ZipPtr zip = LoadBytes(ZipWriter().Add(ZipRecord("ab.txt", "bzip2 bytes", 12))
+                             .Stored("a/c/d.txt", "d").Add(dated).Stored("a/", "")
+                             .Stored("a.txt", "a").Stored("a/c/", "").Stored("blank name", "")
+                             .bytes);
+  ASSERT_TRUE(zip);
+  // "." sorts before "/", and "/" before "b". A blank is refused by
+  // standardisation: listed, never reached. The method does not matter to
+  // IsFile. A directory entry has a date, but is not reached. A zero date is
+  // day 0 of month -1 of 1980.
+  const struct { char op; const char* path; std::string answer; } cases[] = {
+      {'L', "", "kept|a.txt|a|ab.txt|blank name"}, {'F', "", "kept|a.txt|ab.txt|blank name"},
+      {'R', "", "kept|a.txt|a/b.txt|a/c/d.txt|ab.txt|blank name"},
+      {'L', "a", "kept|a/b.txt|a/c"}, {'L', "a/", "kept|a/b.txt|a/c"},
+      {'L', "./a", "kept|a/b.txt|a/c"}, {'L', "a\\c\\..", "kept|a/b.txt|a/c"},
+      {'F', "a", "kept|b.txt"}, {'R', "a", "kept|b.txt|c/d.txt"},
+      {'L', "nothing", "kept"}, {'L', "../x", "kept"}, {'R', "../x", "kept"},
+      {'L', "a b", "kept"}, {'L', ".", "kept"}, {'d', ".", "no"},
+      {'f', "blank name", "no"}, {'f', "a", "no"}, {'d', "a", "yes"},
+      {'f', "a/b.txt", "yes"}, {'f', "/a//b.txt", "yes"}, {'d', "a/b.txt", "no"},
+      {'d', "a/b", "no"}, {'d', "a/c", "yes"}, {'d', "", "yes"}, {'d', "../a", "no"},
+      {'f', "ab.txt", "yes"}, {'f', "../a.txt", "no"}, {'t', "a", "-1"}, {'t', "", "-1"},
+      {'t', "missing", "-1"}, {'t', "a:b", "-1"},
+      {'t', "a/b.txt", std::to_string(LocalTime(2021, 6, 15, 12, 34, 56))},
+      {'t', "a.txt", std::to_string(LocalTime(1979, 11, 30, 0, 0, 0))}};
+  for (const auto& c : cases) { EXPECT_EQ(Ask(zip.get(), c.op, c.path), c.answer) << c.op << " " << c.path; }
+  EXPECT_TRUE(zip->GetType() == OpenerTypeZip && zip->GetName() == "zip" && zip->IsReady() && zip->CheckReady());
+  EXPECT_FALSE(zip->OpenOutput("a.txt") || zip->CreateDirectories("new") || zip->RemoveFile("a.txt") ||
+               zip->RemoveDirectory("a")) << "read-only";
+  std::string out = "old";
+  EXPECT_TRUE(zip->StandardizePath("", out) && out.empty());
+  EXPECT_TRUE(zip->StandardizePath("\\x/./y/", out) && out == "x/y");
+  EXPECT_TRUE(!zip->StandardizePath("../y", out) && out == "x/y");
+}
+
+TEST(ZipInflate, OutcomesOfOddRecords) {
+  const std::string text = std::string(5000, 'x') + "0123456789";
+  const std::string deflated = ZipRecord("", text, 8).data;
+  // A stored deflate block of "abc" that is not the last, then a block of
+  // the reserved type: a data error once the output is complete.
+  const std::string then_bad("\x00\x03\x00\xfc\xff" "abc\x07", 9);
+  // The stream ends early; the output fills first; the input runs out; a
+  // stored member follows its uncompressed size.
+  ZipPtr zip = LoadBytes(ZipWriter().Add(Raw("longer", deflated, 6000)).Add(Raw("shorter", deflated, 5000))
+                             .Add(Raw("starved", deflated.substr(0, 4), 5010)).Add(Raw("slice", "abcdef", 3, 0))
+                             .Add(Raw("complete", then_bad, 3)).Add(Raw("incomplete", then_bad, 4))
+                             .Add(Raw("corrupt", std::string(40, '\xff'), 100)).Add(Raw("bzip2", deflated, 5010, 12))
+                             .bytes);
+  ASSERT_TRUE(zip);
+  LogCapture log;
+  const std::pair<const char*, std::string> members[] = {
+      {"longer", text + std::string(990, '\0')}, {"shorter", text.substr(0, 5000)},
+      {"slice", "abc"}, {"complete", "abc"}, {"incomplete", "<none>"}, {"corrupt", "<none>"}, {"bzip2", "<none>"}};
+  for (const auto& [name, contents] : members) { EXPECT_EQ(Contents(zip.get(), name), contents) << name; }
+  EXPECT_EQ(log.Errors(), (Strings{"Z_DATA_ERROR Failed to inflate file incomplete",
+                                   "Z_DATA_ERROR Failed to inflate file corrupt",
+                                   "Compress method 12 is not available for file bzip2"}));
+  EXPECT_TRUE(zip->IsFile("bzip2"));
+  const std::string starved = Contents(zip.get(), "starved");  // what came out, then zeros
+  EXPECT_TRUE(starved.size() == 5010 && starved.find_first_not_of('\0', starved.find_first_not_of('x')) == std::string::npos);
+}
+
+// One member gives the same bytes through every back-end and through an
+// archive inside an archive, stored or deflated; a stored one also through
+// its descriptor, with offsets that add up down to the file. Noise deflates
+// to more than the inflater reads at once.
+TEST(ZipBackends, EveryWayGivesTheSameBytes) {
+  std::mt19937 random(1);
+  std::string stored(300000, '\0');
+  for (char& c : stored) c = static_cast<char>(random());
+  std::string text;
+  for (int i = 0; i < 2000; ++i) text += "line " + std::to_string(i) + "\n";
+  const std::string small = stored.substr(0, 5000);
+  ZipWriter inner, writer;
+  inner.Stored("is.bin", small).Deflated("id.txt", text).Finish();
+  writer.Stored("dir/s.bin", stored).Deflated("dir/d.txt", text + stored)
+      .Stored("inner.zip", inner.bytes).Deflated("inner.z.zip", inner.bytes).Finish();
+  TempDir dir;
+  const std::string path = dir.Join("archive.zip");
+  WriteFile(path, writer.bytes);
+  const int descriptors = DescriptorMark();
+  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    Opener* os = GetOpener(type);
+    SCOPED_TRACE(os->GetName());
+    ZipPtr zip(LoadZip(path, os));
+    std::string absolute;
+    ASSERT_TRUE(zip && os->StandardizePath(path, absolute));
+    EXPECT_EQ(zip->GetRoot(), absolute + "://");
+    std::unique_ptr<Input> member(zip->OpenInput("/dir\\s.bin"));
+    ASSERT_TRUE(member && member->GetPath() == "dir/s.bin");
+    EXPECT_TRUE(ReadAll(member.get()) == stored && Contents(zip.get(), "dir/d.txt") == text + stored);
+    int fd = -1;
+    int64_t offset = -1;
+    ASSERT_EQ(member->GetDescriptor(&fd, &offset), type != OpenerTypeMMap);
+    if (type != OpenerTypeMMap) { EXPECT_EQ(offset, writer.data_offsets[0]); }
+    for (const std::string inner_name : {"inner.zip", "inner.z.zip"}) {
+      ZipPtr nested(LoadZip(inner_name, zip.get()));
+      std::unique_ptr<Input> is(nested ? nested->OpenInput("is.bin") : nullptr);
+      ASSERT_TRUE(is && nested->GetRoot() == inner_name + "://") << inner_name;
+      EXPECT_TRUE(ReadAll(is.get()) == small && Contents(nested.get(), "id.txt") == text) << inner_name;
+      const bool through_file = type != OpenerTypeMMap && inner_name == "inner.zip";
+      ASSERT_EQ(is->GetDescriptor(&fd, &offset), through_file);
+      if (through_file) { EXPECT_EQ(offset, writer.data_offsets[2] + inner.data_offsets[0]); }
+    }
+    ASSERT_EQ(member->Seek(0, 0), 0);  // members go on after the archive
+    zip.reset();
+    EXPECT_EQ(ReadAll(member.get()), stored);
+  }
+  EXPECT_EQ(DescriptorMark(), descriptors);
+  // Without a back-end, LoadZip reads through stdio.
+  EXPECT_EQ(Contents(ZipPtr(LoadZip(path)).get(), "dir/s.bin"), stored);
+}
+
+TEST(LoadZip, MessagesAndNestedPaths) {
+  const std::string inner = ZipWriter().Stored("s.txt", "inner stored").Deflated("d.txt", "inner deflated").bytes;
+  ZipPtr outer = LoadBytes(ZipWriter().Deflated("in/inner.zip", inner).bytes);
+  ASSERT_TRUE(outer);
+  LogCapture log;
+  LogChannel = 9;
+  EXPECT_EQ(LoadZip("./missing.zip", outer.get()), nullptr);
+  EXPECT_EQ(LoadZip("../x.zip", outer.get()), nullptr);
+  EXPECT_EQ(LoadZip(VELMIO_TEST_DATA_DIR "/zip/make_fixtures.sh"), nullptr);
+  LogChannel = 0;
+  EXPECT_EQ(log.Errors(), (Strings{"LoadZip: Open falied for missing.zip",
+                                 "LoadZip: Invalid zip path format: ../x.zip"}));
+  EXPECT_TRUE(log.lines[0].channel == 9 && log.lines[1].channel == 9);
+  UnloadZip(nullptr);
+  // The outer archive standardises the path of the inner one. A deflated
+  // member refuses a relative seek onto its very end, so the last record of
+  // an archive with nothing behind it is lost there.
+  ZipPtr nested(LoadZip("./in\\inner.zip", outer.get()));
+  ASSERT_TRUE(nested);
+  EXPECT_EQ(nested->GetRoot(), "in/inner.zip://");
+  EXPECT_EQ(Dump(nested.get()), "s.txt=inner stored");
+}
+
+// Made by make_fixtures.sh with Info-ZIP zip, Python's zipfile and jar, each
+// written to a file so that sizes stand in the local headers.
+TEST(ZipFixtures, ArchivesOfOtherToolsReadWhole) {
+  const std::string fixtures = VELMIO_TEST_DATA_DIR "/zip/";
+  Strings expected;  // as Dump gives an archive of all of input/
+  for (const char* name : {"bin/bytes.dat", "docs/deep/note.txt", "docs/empty.txt", "docs/readme.md",
+                           "hello.txt"}) {
+    expected.push_back(name + ("=" + ReadFile(fixtures + "input/" + name)));
+  }
+  for (const char* fixture : {"infozip-stored.zip", "infozip-deflated.zip", "python.zip", "jar-stored.jar"}) {
+    SCOPED_TRACE(fixture);
+    LogCapture log;
+    ZipPtr zip(LoadZip(fixtures + fixture));
+    ASSERT_TRUE(zip);
+    EXPECT_EQ(Dump(zip.get()), Joined(expected));
+    EXPECT_EQ(Ask(zip.get(), 'L', "docs"), "kept|docs/deep|docs/empty.txt|docs/readme.md");
+    EXPECT_TRUE(zip->GetModifiedTime("hello.txt") == LocalTime(2021, 6, 15, 12, 34, 56) && log.Errors().empty());
+  }
+  // jar deflates with sizes in a data descriptor (flag bit 3): the local
+  // header says 0 and 0, so the first member is indexed empty, and its
+  // deflate data, read as the next header, ends the walk.
+  EXPECT_EQ(Dump(ZipPtr(LoadZip(fixtures + "jar-deflated.jar")).get()), "hello.txt=");
+}
+
+// Every file of the shared corpus loads or is refused without harm, each
+// member it lists opens and reads, and known members hold what they should.
+TEST(ZipCorpus, EveryArchiveLoadsAndReads) {
+  const fs::path corpus = fs::u8path(VELMIO_CORPUS_DIR);
+  if (!fs::is_directory(corpus)) GTEST_SKIP() << "no corpus folder at " << VELMIO_CORPUS_DIR;
+  LogCapture log;  // keeps expected inflate errors off the console
+  int files = 0, loaded = 0, members = 0;
+  std::vector<char> buffer(1 << 20);
+  const int descriptors = DescriptorMark();
+  for (const auto& item : fs::recursive_directory_iterator(corpus)) {
+    if (!item.is_regular_file()) continue;
+    ++files;
+    for (OpenerType type : {OpenerTypeCFile, OpenerTypeMMap}) {
+      ZipPtr zip(LoadZip(item.path().u8string(), GetOpener(type)));
+      if (!zip) continue;
+      ++loaded;
+      Strings names;
+      zip->ListFiles("", true, names);
+      for (const std::string& name : names) {
+        std::unique_ptr<Input> input(zip->OpenInput(name));
+        if (!input) continue;
+        ++members;
+        // Some members declare 4 GiB; a few MiB from each end is plenty.
+        for (int i = 0; i < 4 && input->Read(buffer.data(), buffer.size()) > 0;) ++i;
+        input->Seek(-std::min<int64_t>(input->GetSize(), 1 << 20), 2);
+        input->Read(buffer.data(), buffer.size());
+        delete input->Clone();
+      }
+    }
+  }
+  EXPECT_EQ(DescriptorMark(), descriptors);
+  EXPECT_TRUE(files > 200 && loaded > 100 && members > 300) << files << loaded << members;
+  const std::string go = VELMIO_CORPUS_DIR "/go/";
+  const std::string gopher =
+      "gophercolor16x16.png=" + ReadFile(go + "gophercolor16x16.png") + "|test.txt=This is a test text file.\n";
+  const std::string hello = "dir/bar=foo \r\n|hello=world \r\n|readonly=important \r\n";
+  const std::pair<const char*, std::string> known[] = {
+      {"test.zip", gopher}, {"test-trailing-junk.zip", gopher}, {"unix.zip", hello},
+      {"winxp.zip", hello}, {"crc32-not-streamed.zip", "bar.txt=bar\n|foo.txt=foo\n"}, {"readme.notzip", ""}};
+  for (const auto& [name, dump] : known) { EXPECT_TRUE(Dump(ZipPtr(LoadZip(go + name)).get()) == dump) << name; }
+}
+
+}  // namespace
+}  // namespace velm::io
