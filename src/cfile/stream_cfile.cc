@@ -1,5 +1,7 @@
 #include "cfile/stream_cfile.h"
 
+#include <cstdio>
+
 #include "os/wide_path.h"
 #include "platform/platform.h"
 
@@ -16,6 +18,8 @@ int64_t StreamCFile::Tell() {
 
 int32_t StreamCFile::Seek(int64_t offset, int32_t whence) {
   if (file == nullptr) return -1;
+  // The Microsoft runtime ends the process on any other whence.
+  if (whence != SEEK_SET && whence != SEEK_CUR && whence != SEEK_END) return -1;
   return platform::_fseeki64(file, offset, whence);
 }
 

@@ -29,6 +29,8 @@ int64_t StreamSys::Tell() {
 
 int32_t StreamSys::Seek(int64_t offset, int32_t whence) {
   if (descriptor == -1) return -1;
+  // The Microsoft runtime ends the process on any other whence.
+  if (whence != SEEK_SET && whence != SEEK_CUR && whence != SEEK_END) return -1;
   return platform::_lseeki64(descriptor, offset, whence) < 0 ? -1 : 0;
 }
 
