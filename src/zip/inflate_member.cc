@@ -32,6 +32,14 @@ std::unique_ptr<unsigned char, FreeDeleter> AllocateZeroed(uint32_t size) {
       static_cast<unsigned char*>(bytes));
 }
 
+// zlib's state comes from operator new like every other allocation of the
+// library, so that a host that replaces it sees and can limit these too.
+voidpf ZlibAlloc(voidpf, uInt items, uInt size) {
+  return ::operator new(static_cast<size_t>(items) * size, std::nothrow);
+}
+
+void ZlibFree(voidpf, voidpf address) { ::operator delete(address); }
+
 // Raw inflate state that is released on every way out.
 struct InflateStream {
   z_stream state = {};
@@ -42,8 +50,13 @@ struct InflateStream {
   InflateStream& operator=(const InflateStream&) = delete;
   ~InflateStream() { End(); }
 
+  // False when zlib refuses for another reason than memory.
   bool Init() {
-    live = inflateInit2(&state, -MAX_WBITS) == Z_OK;
+    state.zalloc = ZlibAlloc;
+    state.zfree = ZlibFree;
+    const int result = inflateInit2(&state, -MAX_WBITS);
+    if (result == Z_MEM_ERROR) throw std::bad_alloc();
+    live = result == Z_OK;
     return live;
   }
   bool End() {
@@ -65,7 +78,8 @@ Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
   InflateStream zip_stream;
   zip_stream.state.next_out = output.get();
   zip_stream.state.avail_out = entry.uncompress_size;
-  // A failing init leaves the member as zeros of its declared size.
+  // An init that fails for another reason than memory leaves the member as
+  // zeros of its declared size.
   if (entry.uncompress_size > 0 && zip_stream.Init()) {
     // The shared position moves; nothing reads it between opens. Where it
     // cannot be set there is no input, rather than bytes from elsewhere.
