@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <velm/io/opener>
 
@@ -34,6 +35,53 @@ namespace {
 using test::LoadBytes;
 using test::ZipPtr;
 using test::ZipWriter;
+
+// levels times step, then "b": every step ends a parent of its own.
+std::string Deep(size_t levels, const std::string& step = "a/") {
+  std::string name;
+  for (size_t i = 0; i < levels; ++i) name += step;
+  return name + "b";
+}
+
+TEST(ZipLimits, IndexStaysWithinABoundOfTheArchive) {
+  std::vector<std::string> many;
+  for (int i = 0; i < 20; ++i) many.push_back(std::to_string(i) + "/" + Deep(500));
+  const std::string tree = Deep(200, "dir/");
+  // indexed: how many leading records are in the index; -1: some, not all.
+  const struct {
+    std::vector<std::string> names;
+    int indexed;
+  } cases[] = {
+      // 2,048 levels make 4 MiB of parent keys out of 4 KiB of archive.
+      {{"keep", Deep(2048), "after"}, 1},
+      {{Deep(2048), "after"}, 0},
+      // A deep tree of a real archive, and a sibling whose parents are known.
+      {{"keep", tree, tree + "2", "after"}, 4},
+      // Each record is modest; together they pass.
+      {many, -1},
+  };
+  for (const auto& c : cases) {
+    ZipWriter writer;
+    for (const std::string& name : c.names) writer.Stored(name, "x");
+    ZipPtr zip = LoadBytes(writer.bytes());
+    ASSERT_EQ(zip != nullptr, c.indexed != 0);
+    if (!zip) continue;
+    size_t indexed = 0;
+    while (indexed < c.names.size() && zip->IsFile(c.names[indexed])) ++indexed;
+    for (size_t i = indexed; i < c.names.size(); ++i)
+      EXPECT_FALSE(zip->IsFile(c.names[i])) << i;
+    if (c.indexed >= 0) {
+      EXPECT_EQ(indexed, static_cast<size_t>(c.indexed));
+    } else {
+      EXPECT_GT(indexed, 0u);
+      EXPECT_LT(indexed, c.names.size());
+    }
+    // Nothing of the record that passed, parents included.
+    if (indexed < c.names.size() && c.names[indexed].rfind("a/", 0) == 0) {
+      EXPECT_FALSE(zip->IsDirectory("a"));
+    }
+  }
+}
 
 // The Microsoft runtime ends the process on such a whence, so it must not
 // reach the platform at all: errno stays as it was.

@@ -15,6 +15,14 @@ namespace {
 constexpr size_t kHeaderSize = 30;
 constexpr uint32_t kLocalHeaderSignature = 0x04034b50;
 
+// The keys of the index, parents included, may take this many bytes per byte
+// of archive walked, plus a fixed allowance. Parent entries let the keys of
+// one name grow with the square of its length; archives that real tools
+// write stay far below. The record that would pass the bound ends the walk
+// as a malformed record does.
+constexpr uint64_t kKeyBytesPerArchiveByte = 4;
+constexpr uint64_t kKeyBytesAllowance = uint64_t{1} << 20;
+
 uint16_t Little16(const unsigned char* p) {
   return static_cast<uint16_t>(p[0] | (p[1] << 8));
 }
@@ -28,6 +36,11 @@ uint32_t Little32(const unsigned char* p) {
 // Byte order on unsigned values, a prefix first; names hold no NUL.
 bool NameLess(const ZipEntry* a, const ZipEntry* b) {
   return std::strcmp(a->name, b->name) < 0;
+}
+
+uint64_t KeyBound(int64_t walked) {
+  const uint64_t bytes = walked > 0 ? static_cast<uint64_t>(walked) : 0;
+  return kKeyBytesPerArchiveByte * bytes + kKeyBytesAllowance;
 }
 
 }  // namespace
@@ -46,6 +59,8 @@ bool OpenerZip::ScanArchive(Input* input) {
   input->Seek(0, 0);
   if (!input->IsEOF()) {
     std::string entry_name;
+    std::vector<size_t> parents;
+    uint64_t key_bytes = 0;
     for (;;) {
       unsigned char header[kHeaderSize];
       if (input->Read(header, kHeaderSize) != static_cast<int64_t>(kHeaderSize))
@@ -71,8 +86,19 @@ bool OpenerZip::ScanArchive(Input* input) {
       entry_name.resize(std::strlen(entry_name.c_str()));
 
       if (input->Seek(static_cast<int64_t>(extra_length), 1) == -1) break;
-      entry.offset = static_cast<uint32_t>(input->Tell());
+      const int64_t data_start = input->Tell();
+      entry.offset = static_cast<uint32_t>(data_start);
       if (input->Seek(static_cast<int64_t>(entry.compress_size), 1) == -1) break;
+
+      // Checked before any key is made, so that the check costs no more than
+      // the bound allows. Bytes up to the end of the name were read, so the
+      // archive really holds them, unlike the sizes a record claims.
+      parents.clear();
+      if (entries.count(entry_name) == 0 &&
+          !ReserveKeys(entry_name, KeyBound(data_start - extra_length),
+                       key_bytes, parents)) {
+        break;
+      }
 
       auto inserted = entries.emplace(entry_name, entry);
       velm::log::Log(LogChannel, -1,
@@ -87,7 +113,7 @@ bool OpenerZip::ScanArchive(Input* input) {
         ZipEntry& record = inserted.first->second;
         record.name = inserted.first->first.c_str();
         sorted_entries.push_back(&record);
-        AddParents(inserted.first->first);
+        AddParents(inserted.first->first, parents);
       }
       if (input->IsEOF()) break;
     }
@@ -103,13 +129,32 @@ bool OpenerZip::ScanArchive(Input* input) {
   return true;
 }
 
-void OpenerZip::AddParents(const std::string& entry_name) {
+bool OpenerZip::ReserveKeys(const std::string& entry_name, uint64_t bound,
+                            uint64_t& key_bytes,
+                            std::vector<size_t>& parents) const {
+  uint64_t total = key_bytes + entry_name.size();
+  if (total > bound) return false;
+  std::string prefix;
   // Index 0 is never a parent's end, so a leading "/" makes no entry "/".
   for (size_t i = entry_name.size(); i-- > 1;) {
     if (entry_name[i] != '/') continue;
-    auto inserted = entries.emplace(entry_name.substr(0, i + 1), ZipEntry());
+    // A name that ends in "/" is its own first prefix: it makes no parents.
+    if (i + 1 == entry_name.size()) break;
+    prefix.assign(entry_name, 0, i + 1);
     // A known prefix means everything above it is known as well.
-    if (!inserted.second) return;
+    if (entries.count(prefix) != 0) break;
+    total += prefix.size();
+    if (total > bound) return false;
+    parents.push_back(prefix.size());
+  }
+  key_bytes = total;
+  return true;
+}
+
+void OpenerZip::AddParents(const std::string& entry_name,
+                           const std::vector<size_t>& parents) {
+  for (size_t length : parents) {
+    auto inserted = entries.emplace(entry_name.substr(0, length), ZipEntry());
     ZipEntry& record = inserted.first->second;
     record.name = inserted.first->first.c_str();
     sorted_entries.push_back(&record);

@@ -47,7 +47,13 @@ class OpenerZip final : public Opener {
 
  private:
   bool ScanArchive(Input* archive);
-  void AddParents(const std::string& name);
+  // Adds to key_bytes the lengths of the name and of those of its parent
+  // prefixes that are not indexed yet, and lists the latter in parents,
+  // deepest first. False, with key_bytes unchanged, as soon as the sum would
+  // pass bound.
+  bool ReserveKeys(const std::string& name, uint64_t bound,
+                   uint64_t& key_bytes, std::vector<size_t>& parents) const;
+  void AddParents(const std::string& name, const std::vector<size_t>& parents);
   using EntryRange = std::pair<std::vector<ZipEntry*>::const_iterator,
                                std::vector<ZipEntry*>::const_iterator>;
   // The entries whose names begin with prefix, which stand together in
