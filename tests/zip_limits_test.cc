@@ -34,6 +34,7 @@ namespace {
 
 using test::LoadBytes;
 using test::ZipPtr;
+using test::ZipRecord;
 using test::ZipWriter;
 
 // levels times step, then "b": every step ends a parent of its own.
@@ -45,7 +46,8 @@ std::string Deep(size_t levels, const std::string& step = "a/") {
 
 TEST(ZipLimits, IndexStaysWithinABoundOfTheArchive) {
   std::vector<std::string> many;
-  for (int i = 0; i < 20; ++i) many.push_back(std::to_string(i) + "/" + Deep(500));
+  for (int i = 0; i < 20; ++i)
+    many.push_back(std::to_string(i) + "/" + Deep(500));
   const std::string tree = Deep(200, "dir/");
   // indexed: how many leading records are in the index; -1: some, not all.
   const struct {
@@ -83,6 +85,48 @@ TEST(ZipLimits, IndexStaysWithinABoundOfTheArchive) {
   }
 }
 
+TEST(ZipLimits, MemberDeclaringMoreThanItHoldsReadsOnAsZeros) {
+  const std::string text = "the only bytes this member really has";
+  ZipRecord record("big", text, 8);
+  record.uncompress_size = 0xFFFFFFFFu;
+  ZipPtr zip = LoadBytes(ZipWriter().Add(record).bytes(), OpenerTypeMMap);
+  ASSERT_TRUE(zip);
+  std::unique_ptr<Input> input(zip->OpenInput("big"));
+  ASSERT_TRUE(input);
+  EXPECT_EQ(input->GetSize(), 0xFFFFFFFF);
+  const size_t n = text.size();
+  // Where a read starts and how much it asks: the bytes, then zeros.
+  const struct {
+    int64_t from;
+    size_t count;
+    std::string expected;
+  } reads[] = {
+      {0, n, text},
+      {static_cast<int64_t>(n) - 4, 8,
+       text.substr(n - 4) + std::string(4, '\0')},
+      {0xFFFFFFFF - 3, 8, std::string(3, '\0')},
+  };
+  for (const auto& r : reads) {
+    ASSERT_EQ(input->Seek(r.from, 0), 0);
+    std::string got(r.count, '?');
+    got.resize(static_cast<size_t>(input->Read(&got[0], r.count)));
+    EXPECT_EQ(got, r.expected) << r.from;
+  }
+  EXPECT_TRUE(input->IsEOF());
+  std::unique_ptr<Input> clone(input->Clone());
+  std::string start(n, '?');
+  ASSERT_EQ(clone->Read(&start[0], n), static_cast<int64_t>(n));
+  EXPECT_EQ(start, text);
+
+  // Held at once, as many as would need more than 128 TiB of address space
+  // if each were given its declared size.
+  std::vector<std::unique_ptr<Input>> held;
+  for (int i = 0; i < 33000; ++i) {
+    held.emplace_back(zip->OpenInput("big"));
+    ASSERT_TRUE(held.back()) << i;
+  }
+}
+
 // The Microsoft runtime ends the process on such a whence, so it must not
 // reach the platform at all: errno stays as it was.
 TEST(ZipLimits, UnknownWhenceFailsWithoutAPlatformCall) {
@@ -95,11 +139,13 @@ TEST(ZipLimits, UnknownWhenceFailsWithoutAPlatformCall) {
     ASSERT_TRUE(input);
     ASSERT_EQ(input->Seek(4, 0), 0);
     errno = 0;
-    for (int32_t whence : {3, 4, -1, 1000}) EXPECT_EQ(input->Seek(0, whence), -1);
+    for (int32_t whence : {3, 4, -1, 1000})
+      EXPECT_EQ(input->Seek(0, whence), -1);
     EXPECT_EQ(errno, 0);
     EXPECT_EQ(input->Tell(), 4);
     if (type == OpenerTypeMMap) continue;
-    std::unique_ptr<Output> output(GetOpener(type)->OpenOutput(dir.Join("out")));
+    std::unique_ptr<Output> output(
+        GetOpener(type)->OpenOutput(dir.Join("out")));
     ASSERT_TRUE(output);
     errno = 0;
     EXPECT_EQ(output->Seek(0, 3), -1);

@@ -1,5 +1,6 @@
 #include "zip/input_zip.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -102,7 +103,15 @@ int64_t InputZip::Read(void* buffer, size_t count) {
     if (position >= size) return 0;
     const uint64_t left = size - position;
     if (count > left) count = static_cast<size_t>(left);
-    if (count > 0) std::memcpy(buffer, data.get() + position, count);
+    // Bytes that inflating did not produce read as zeros.
+    const uint64_t produced = position < held ? held - position : 0;
+    const size_t copied =
+        static_cast<size_t>(std::min<uint64_t>(count, produced));
+    if (copied > 0) std::memcpy(buffer, data.get() + position, copied);
+    if (count > copied) {
+      std::memset(static_cast<unsigned char*>(buffer) + copied, 0,
+                  count - copied);
+    }
     position += count;
     return static_cast<int64_t>(count);
   }
@@ -114,6 +123,7 @@ Input* InputZip::Clone() {
   if (data) {
     auto copy = std::make_unique<InputZip>(path, opener, size);
     copy->data = data;
+    copy->held = held;
     return copy.release();
   }
   return nullptr;

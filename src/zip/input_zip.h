@@ -41,6 +41,9 @@ class InputZip final : public Input {
   uint64_t size;
   uint64_t start = 0;     // stored: the member's offset in the archive
   uint64_t position = 0;  // deflated: the read position
+  // Deflated: how many bytes of data inflating produced. The member reads on
+  // as zeros behind them, up to size.
+  uint64_t held = 0;
   std::shared_ptr<const unsigned char> data;
   std::unique_ptr<Input> slice;
 };
