@@ -3,8 +3,9 @@
 
 // The one door to the operating system. Subsystems call the services by their
 // Windows names, as platform::CreateFileW(...), with the Windows constants.
-// On Windows these are the real functions; elsewhere src/platform/posix/
-// implements the same names over POSIX.
+// Each name calls through a table of function pointers (see Syscalls below)
+// that starts out with platform::native: on Windows the real functions,
+// elsewhere their implementation over POSIX in src/platform/posix/.
 
 #include <cstddef>
 #include <cstdint>
@@ -49,6 +50,9 @@ using Stat64 = struct ::_stat64;
 
 inline constexpr char kPathSeparator = '\\';
 
+// The real system functions.
+namespace native {
+
 using ::CloseHandle;
 using ::CreateFileMappingW;
 using ::CreateFileW;
@@ -85,6 +89,8 @@ using ::fclose;
 using ::feof;
 using ::fread;
 using ::fwrite;
+
+}  // namespace native
 
 }  // namespace platform
 
@@ -135,6 +141,9 @@ struct Stat64 {
 };
 
 inline constexpr char kPathSeparator = '/';
+
+// The system calls, implemented over POSIX in src/platform/posix/.
+namespace native {
 
 // Text (kernel32).
 int MultiByteToWideChar(UINT code_page, DWORD flags, const char* source,
@@ -199,6 +208,7 @@ std::int64_t _ftelli64(std::FILE* file);
 // CRT time.
 std::int64_t _mktime64(std::tm* time);
 
+}  // namespace native
 }  // namespace platform
 
 // The Windows constants the library passes, with their Windows values.
@@ -249,6 +259,41 @@ inline constexpr int kInlinePathUnits = 512;
 // 1970-01-01.
 inline constexpr std::int64_t kTicksPerSecond = 10000000;
 inline constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
+
+// Every platform call the library makes, in the order of the Parts' list.
+#define VELM_PLATFORM_CALLS(X)                                               \
+  X(MultiByteToWideChar) X(WideCharToMultiByte)                              \
+  X(GetCurrentDirectoryW) X(PathIsRelativeW) X(PathAppendW)                  \
+  X(PathCanonicalizeW)                                                       \
+  X(GetFileAttributesW) X(CreateFileW) X(GetFileTime) X(GetFileSize)         \
+  X(CloseHandle) X(DeleteFileW) X(SHCreateDirectoryExW) X(SHFileOperationW)  \
+  X(FindFirstFileW) X(FindNextFileW) X(FindClose)                            \
+  X(CreateFileMappingW) X(MapViewOfFile) X(UnmapViewOfFile)                  \
+  X(_wsopen_s) X(_fstat64) X(_lseeki64) X(_read) X(_write) X(_close)         \
+  X(_wfopen) X(fclose) X(feof) X(fread) X(fwrite) X(_fileno) X(_fseeki64)    \
+  X(_ftelli64)                                                               \
+  X(_mktime64)
+
+// The calls as the library makes them: one pointer per call, as in SQLite's
+// aSyscall, so that a test can put a failing function in place of any one
+// entry. The library only reads the table. A test writes it while no library
+// call runs and puts the defaults back afterwards, hence no lock.
+struct Syscalls {
+#define VELM_SYSCALL_ENTRY(name) decltype(&native::name) name;
+  VELM_PLATFORM_CALLS(VELM_SYSCALL_ENTRY)
+#undef VELM_SYSCALL_ENTRY
+};
+
+extern Syscalls syscalls;
+extern const Syscalls kNativeSyscalls;
+
+// Puts every entry back to its platform::native function.
+inline void ResetSyscalls() { syscalls = kNativeSyscalls; }
+
+// platform::CreateFileW(...) and the rest call through their entry.
+#define VELM_SYSCALL_NAME(name) inline decltype(&native::name)& name = syscalls.name;
+VELM_PLATFORM_CALLS(VELM_SYSCALL_NAME)
+#undef VELM_SYSCALL_NAME
 
 }  // namespace platform
 

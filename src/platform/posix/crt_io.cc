@@ -8,7 +8,7 @@
 
 #include "platform/posix/handle.h"
 
-namespace platform {
+namespace platform::native {
 namespace {
 
 // Windows access values beside _O_RDONLY and _O_WRONLY.
@@ -95,4 +95,4 @@ int _write(int descriptor, const void* buffer, unsigned int count) {
 
 int _close(int descriptor) { return ::close(descriptor) == 0 ? 0 : -1; }
 
-}  // namespace platform
+}  // namespace platform::native

@@ -7,7 +7,7 @@
 
 #include "platform/posix/handle.h"
 
-namespace platform {
+namespace platform::native {
 namespace {
 
 // Windows error codes for the answers that platform.h does not name.
@@ -105,4 +105,4 @@ int SHFileOperationW(SHFILEOPSTRUCTW* operation) {
   return 0;
 }
 
-}  // namespace platform
+}  // namespace platform::native

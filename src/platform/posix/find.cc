@@ -8,7 +8,7 @@
 
 #include "platform/posix/handle.h"
 
-namespace platform {
+namespace platform::native {
 namespace {
 
 using posix::FromHandle;
@@ -76,4 +76,4 @@ BOOL FindClose(HANDLE search) {
   return result == 0 ? 1 : 0;
 }
 
-}  // namespace platform
+}  // namespace platform::native

@@ -24,6 +24,8 @@ int OpenFile(const WCHAR* path, int flags) {
 
 }  // namespace posix
 
+namespace native {
+
 using posix::FromHandle;
 using posix::Handle;
 
@@ -72,4 +74,5 @@ BOOL CloseHandle(HANDLE handle) {
   return result == 0 ? 1 : 0;
 }
 
+}  // namespace native
 }  // namespace platform

@@ -9,7 +9,7 @@
 
 #include "platform/posix/handle.h"
 
-namespace platform {
+namespace platform::native {
 
 using posix::FromHandle;
 using posix::Handle;
@@ -80,4 +80,4 @@ BOOL UnmapViewOfFile(const void* view) {
   return ::munmap(const_cast<void*>(view), length) == 0 ? 1 : 0;
 }
 
-}  // namespace platform
+}  // namespace platform::native

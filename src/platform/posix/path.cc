@@ -8,7 +8,7 @@
 
 #include "platform/posix/handle.h"
 
-namespace platform {
+namespace platform::native {
 namespace {
 
 bool IsSeparator(WCHAR unit) { return unit == u'/' || unit == u'\\'; }
@@ -84,4 +84,4 @@ BOOL PathCanonicalizeW(WCHAR* destination, const WCHAR* source) {
   return 1;
 }
 
-}  // namespace platform
+}  // namespace platform::native

@@ -7,7 +7,7 @@
 
 #include "platform/posix/handle.h"
 
-namespace platform {
+namespace platform::native {
 
 std::FILE* _wfopen(const WCHAR* path, const WCHAR* mode) {
   // Only "rb" and "wb" are asked for.
@@ -30,4 +30,4 @@ std::int64_t _ftelli64(std::FILE* file) {
   return static_cast<std::int64_t>(::ftello(file));
 }
 
-}  // namespace platform
+}  // namespace platform::native

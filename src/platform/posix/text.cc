@@ -89,6 +89,8 @@ int Deliver(const Converted& converted, Unit* destination, int room) {
 
 }  // namespace
 
+namespace native {
+
 int MultiByteToWideChar(UINT, DWORD, const char* source, int source_bytes,
                         WCHAR* destination, int destination_units) {
   if (source == nullptr || source_bytes == 0 || source_bytes < -1) return 0;
@@ -111,6 +113,8 @@ int WideCharToMultiByte(UINT, DWORD, const WCHAR* source, int source_units,
   for (size_t i = 0; i < length;) EncodeUtf8(DecodeUtf16(source, length, i), converted);
   return Deliver(converted, destination, destination_bytes);
 }
+
+}  // namespace native
 
 namespace posix {
 
