@@ -5,6 +5,7 @@
 #include <velm/io/opener>
 #include <velm/log/log>
 
+#include "os/owned_handle.h"
 #include "os/utf8_path.h"
 
 namespace velm::io {
@@ -71,20 +72,21 @@ platform::HANDLE MapWholeFile(const platform::WCHAR* path, uint64_t& size,
                               char*& view) {
   // Share mode 0: on Windows a file that anyone holds open is not mapped.
   // POSIX knows no share modes, and there it maps all the same.
-  platform::HANDLE file =
+  platform::HANDLE opened =
       platform::CreateFileW(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING,
                             FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return nullptr;
+  if (opened == INVALID_HANDLE_VALUE) return nullptr;
+  OwnedHandle file(opened);
   // Only the low 32 bits are kept; the view still spans the whole file.
-  size = platform::GetFileSize(file, nullptr);
-  platform::HANDLE mapping = platform::CreateFileMappingW(
-      file, nullptr, PAGE_READONLY, 0, 0, nullptr);
+  size = platform::GetFileSize(file.get(), nullptr);
+  OwnedHandle mapping(platform::CreateFileMappingW(
+      file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
   // The mapping keeps the file open from here on.
-  platform::CloseHandle(file);
+  file.reset();
   if (mapping == nullptr) return nullptr;
   view = static_cast<char*>(
-      platform::MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0));
-  return mapping;
+      platform::MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, 0));
+  return mapping.release();
 }
 
 }  // namespace velm::io

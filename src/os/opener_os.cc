@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "os/make_absolute_path.h"
+#include "os/owned_handle.h"
 #include "os/wide_path.h"
 #include "platform/platform.h"
 
@@ -49,14 +50,13 @@ bool OpenerOS::StandardizePath(const std::string& path, std::string& out) {
 int64_t OpenerOS::GetModifiedTime(const std::string& path) {
   WidePath wide(path.c_str());
   // No FILE_FLAG_BACKUP_SEMANTICS: a directory gives no handle, hence -1.
-  platform::HANDLE file =
+  platform::HANDLE opened =
       platform::CreateFileW(wide.text, GENERIC_READ, FILE_SHARE_READ, nullptr,
                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return -1;
+  if (opened == INVALID_HANDLE_VALUE) return -1;
+  OwnedHandle file(opened);
   platform::FILETIME written;
-  platform::BOOL ok = platform::GetFileTime(file, nullptr, nullptr, &written);
-  platform::CloseHandle(file);
-  if (!ok) return -1;
+  if (!platform::GetFileTime(file.get(), nullptr, nullptr, &written)) return -1;
   uint64_t ticks = (static_cast<uint64_t>(written.dwHighDateTime) << 32) |
                    written.dwLowDateTime;
   return static_cast<int64_t>(ticks / platform::kTicksPerSecond) -

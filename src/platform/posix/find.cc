@@ -52,7 +52,7 @@ HANDLE FindFirstFileW(const WCHAR* pattern, WIN32_FIND_DATAW* found) {
   const dirent* entry = ::readdir(stream.get());
   if (entry == nullptr) return INVALID_HANDLE_VALUE;
   Fill(stream.get(), entry, found);
-  auto* search = new Handle{Handle::Kind::kSearch};
+  auto* search = new Handle(Handle::Kind::kSearch);
   search->directory = stream.release();
   return search;
 }
@@ -72,6 +72,7 @@ BOOL FindClose(HANDLE search) {
   Handle* object = FromHandle(search);
   if (object->kind != Handle::Kind::kSearch) return 0;
   int result = ::closedir(object->directory);
+  object->directory = nullptr;
   delete object;
   return result == 0 ? 1 : 0;
 }

@@ -5,9 +5,15 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 
 namespace platform {
 namespace posix {
+
+Handle::~Handle() {
+  if (fd >= 0) ::close(fd);
+  if (directory != nullptr) ::closedir(directory);
+}
 
 int OpenFile(const WCHAR* path, int flags) {
   int fd = ::open(ToNativePath(path).c_str(), flags | O_CLOEXEC, 0666);
@@ -33,9 +39,11 @@ HANDLE CreateFileW(const WCHAR* path, DWORD, DWORD, void*, DWORD, DWORD,
                    HANDLE) {
   // Only read access to an existing file is ever asked for. Share modes have
   // no POSIX meaning and are not emulated.
-  int fd = posix::OpenFile(path, O_RDONLY);
-  if (fd < 0) return INVALID_HANDLE_VALUE;
-  return new Handle{Handle::Kind::kFile, fd};
+  // Made first, so that the descriptor has an owner from the start.
+  auto file = std::make_unique<Handle>(Handle::Kind::kFile);
+  file->fd = posix::OpenFile(path, O_RDONLY);
+  if (file->fd < 0) return INVALID_HANDLE_VALUE;
+  return file.release();
 }
 
 DWORD GetFileSize(HANDLE file, DWORD* size_high) {
@@ -70,6 +78,7 @@ BOOL CloseHandle(HANDLE handle) {
   Handle* object = FromHandle(handle);
   if (object->kind == Handle::Kind::kSearch) return 0;
   int result = ::close(object->fd);
+  object->fd = -1;
   delete object;
   return result == 0 ? 1 : 0;
 }

@@ -9,9 +9,15 @@
 
 namespace platform::posix {
 
-// What a HANDLE points at on POSIX. CloseHandle and FindClose release it.
+// What a HANDLE points at on POSIX. CloseHandle and FindClose release it;
+// until it is handed out, it releases what it holds itself.
 struct Handle {
   enum class Kind { kFile, kMapping, kSearch };
+  explicit Handle(Kind kind) : kind(kind) {}
+  ~Handle();
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+
   Kind kind;
   int fd = -1;             // kFile, kMapping: an open descriptor
   std::uint64_t size = 0;  // kMapping: bytes to map

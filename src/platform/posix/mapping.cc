@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 
 #include "platform/posix/handle.h"
@@ -19,14 +20,14 @@ namespace {
 // munmap needs the length that UnmapViewOfFile is not given. Never
 // destroyed, so that a view still held at exit can be unmapped after the
 // other statics are gone.
-std::mutex& ViewLock() {
-  static auto* lock = new std::mutex;
-  return *lock;
-}
+struct Views {
+  std::mutex lock;
+  std::map<const void*, std::size_t> lengths;
+};
 
-std::map<const void*, std::size_t>& ViewLengths() {
-  static auto* lengths = new std::map<const void*, std::size_t>;
-  return *lengths;
+Views& LiveViews() {
+  static auto* views = new Views;
+  return *views;
 }
 
 }  // namespace
@@ -44,10 +45,12 @@ HANDLE CreateFileMappingW(HANDLE file, void*, DWORD, DWORD maximum_size_high,
   if (size == 0) size = file_size;
   // A read-only mapping can neither be empty nor extend the file.
   if (size == 0 || size > file_size) return nullptr;
+  auto mapping = std::make_unique<Handle>(Handle::Kind::kMapping);
+  mapping->size = size;
   // The mapping keeps the file open after its file handle is closed.
-  int fd = ::fcntl(source->fd, F_DUPFD_CLOEXEC, 0);
-  if (fd < 0) return nullptr;
-  return new Handle{Handle::Kind::kMapping, fd, size};
+  mapping->fd = ::fcntl(source->fd, F_DUPFD_CLOEXEC, 0);
+  if (mapping->fd < 0) return nullptr;
+  return mapping.release();
 }
 
 void* MapViewOfFile(HANDLE mapping, DWORD, DWORD offset_high,
@@ -60,22 +63,27 @@ void* MapViewOfFile(HANDLE mapping, DWORD, DWORD offset_high,
   if (offset >= source->size) return nullptr;
   std::uint64_t length = bytes != 0 ? bytes : source->size - offset;
   if (length > source->size - offset) return nullptr;
-  void* view = ::mmap(nullptr, length, PROT_READ, MAP_SHARED, source->fd,
-                      static_cast<off_t>(offset));
-  if (view == MAP_FAILED) return nullptr;
-  std::lock_guard<std::mutex> lock(ViewLock());
-  ViewLengths()[view] = length;
-  return view;
+  Views& views = LiveViews();
+  std::lock_guard<std::mutex> lock(views.lock);
+  void* address = ::mmap(nullptr, length, PROT_READ, MAP_SHARED, source->fd,
+                         static_cast<off_t>(offset));
+  if (address == MAP_FAILED) return nullptr;
+  // Owns the view until the table knows its length.
+  auto unmap = [length](void* view) { ::munmap(view, length); };
+  std::unique_ptr<void, decltype(unmap)> view(address, unmap);
+  views.lengths.emplace(view.get(), length);
+  return view.release();
 }
 
 BOOL UnmapViewOfFile(const void* view) {
   std::size_t length;
   {
-    std::lock_guard<std::mutex> lock(ViewLock());
-    auto found = ViewLengths().find(view);
-    if (found == ViewLengths().end()) return 0;
+    Views& views = LiveViews();
+    std::lock_guard<std::mutex> lock(views.lock);
+    auto found = views.lengths.find(view);
+    if (found == views.lengths.end()) return 0;
     length = found->second;
-    ViewLengths().erase(found);
+    views.lengths.erase(found);
   }
   return ::munmap(const_cast<void*>(view), length) == 0 ? 1 : 0;
 }
