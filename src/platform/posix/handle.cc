@@ -16,12 +16,16 @@ Handle::~Handle() {
 }
 
 int OpenFile(const WCHAR* path, int flags) {
-  int fd = ::open(ToNativePath(path).c_str(), flags | O_CLOEXEC, 0666);
+  // The file is emptied only once it is known not to be mapped.
+  int fd = ::open(ToNativePath(path).c_str(), (flags & ~O_TRUNC) | O_CLOEXEC, 0666);
   if (fd < 0) return -1;
   struct stat status;
   int error = ::fstat(fd, &status) != 0 ? errno
               : S_ISDIR(status.st_mode) ? EACCES
                                         : 0;
+  if (error == 0 && (flags & O_TRUNC) != 0 && S_ISREG(status.st_mode)) {
+    error = TruncateUnlessMapped(fd, status);
+  }
   if (error == 0) return fd;
   ::close(fd);
   errno = error;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -10,27 +11,50 @@
 
 #include "platform/posix/handle.h"
 
-namespace platform::native {
+namespace platform {
+namespace {
 
 using posix::FromHandle;
 using posix::Handle;
 
-namespace {
-
-// munmap needs the length that UnmapViewOfFile is not given. Never
-// destroyed, so that a view still held at exit can be unmapped after the
-// other statics are gone.
-struct Views {
-  std::mutex lock;
-  std::map<const void*, std::size_t> lengths;
+struct View {
+  std::size_t length;
+  dev_t device;
+  ino_t inode;
 };
 
+struct Views {
+  std::mutex lock;
+  std::map<const void*, View> live;
+};
+
+// The views this process holds: munmap needs the length that
+// UnmapViewOfFile is not given, and an emptying open the file. Never
+// destroyed, so that a view still held at exit can be unmapped after the
+// other statics are gone.
 Views& LiveViews() {
   static auto* views = new Views;
   return *views;
 }
 
 }  // namespace
+
+namespace posix {
+
+int TruncateUnlessMapped(int fd, const struct stat& status) {
+  // Under the lock that MapViewOfFile holds, so that no view appears between
+  // the look and the truncation.
+  Views& views = LiveViews();
+  std::lock_guard<std::mutex> lock(views.lock);
+  for (const auto& [address, view] : views.live) {
+    if (view.device == status.st_dev && view.inode == status.st_ino) return EACCES;
+  }
+  return ::ftruncate(fd, 0) == 0 ? 0 : errno;
+}
+
+}  // namespace posix
+
+namespace native {
 
 HANDLE CreateFileMappingW(HANDLE file, void*, DWORD, DWORD maximum_size_high,
                           DWORD maximum_size_low, const WCHAR*) {
@@ -47,6 +71,8 @@ HANDLE CreateFileMappingW(HANDLE file, void*, DWORD, DWORD maximum_size_high,
   if (size == 0 || size > file_size) return nullptr;
   auto mapping = std::make_unique<Handle>(Handle::Kind::kMapping);
   mapping->size = size;
+  mapping->device = status.st_dev;
+  mapping->inode = status.st_ino;
   // The mapping keeps the file open after its file handle is closed.
   mapping->fd = ::fcntl(source->fd, F_DUPFD_CLOEXEC, 0);
   if (mapping->fd < 0) return nullptr;
@@ -71,7 +97,7 @@ void* MapViewOfFile(HANDLE mapping, DWORD, DWORD offset_high,
   // Owns the view until the table knows its length.
   auto unmap = [length](void* view) { ::munmap(view, length); };
   std::unique_ptr<void, decltype(unmap)> view(address, unmap);
-  views.lengths.emplace(view.get(), length);
+  views.live.emplace(view.get(), View{length, source->device, source->inode});
   return view.release();
 }
 
@@ -80,12 +106,13 @@ BOOL UnmapViewOfFile(const void* view) {
   {
     Views& views = LiveViews();
     std::lock_guard<std::mutex> lock(views.lock);
-    auto found = views.lengths.find(view);
-    if (found == views.lengths.end()) return 0;
-    length = found->second;
-    views.lengths.erase(found);
+    auto found = views.live.find(view);
+    if (found == views.live.end()) return 0;
+    length = found->second.length;
+    views.live.erase(found);
   }
   return ::munmap(const_cast<void*>(view), length) == 0 ? 1 : 0;
 }
 
-}  // namespace platform::native
+}  // namespace native
+}  // namespace platform
