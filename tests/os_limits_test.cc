@@ -16,6 +16,70 @@ namespace fs = std::filesystem;
 namespace velm::io {
 namespace {
 
+constexpr bool kWindows = platform::kPathSeparator == '\\';
+
+std::string Spelled(std::string path, char separator) {
+  for (char& c : path) {
+    if (c == '/' || c == '\\') c = separator;
+  }
+  return path;
+}
+
+std::string Absolute(const std::string& path) {
+  std::string out = "untouched";
+  GetOpener(OpenerTypeSys)->StandardizePath(path, out);
+  return out;
+}
+
+class InDirectory {
+ public:
+  explicit InDirectory(const std::string& path) : previous_(fs::current_path()) {
+    fs::current_path(fs::u8path(path));
+  }
+  ~InDirectory() { fs::current_path(previous_); }
+
+ private:
+  fs::path previous_;
+};
+
+// Both separators are alike in every operation of the OS back-ends.
+TEST(OsLimits, EveryOperationTakesBothSeparators) {
+  Opener* sys = GetOpener(OpenerTypeSys);
+  for (char separator : {'/', '\\'}) {
+    SCOPED_TRACE(std::string("separator ") + separator);
+    test::TempDir dir;
+    auto path = [&](const char* relative) {
+      return Spelled(dir.Join(relative), separator);
+    };
+    const std::string file = path("new/a/b/f.txt");
+    ASSERT_TRUE(sys->CreateDirectories(path("new/a/b")));
+    EXPECT_TRUE(sys->IsDirectory(path("new/a/b")));
+    for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile}) {
+      std::unique_ptr<Output> output(GetOpener(type)->OpenOutput(file));
+      ASSERT_NE(output, nullptr) << type;
+      EXPECT_EQ(output->Write("abc", 3), 3);
+    }
+    for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+      std::unique_ptr<Input> input(GetOpener(type)->OpenInput(file));
+      ASSERT_NE(input, nullptr) << type;
+      EXPECT_EQ(input->GetSize(), 3);
+    }
+    EXPECT_TRUE(sys->IsFile(file));
+    EXPECT_GT(sys->GetModifiedTime(file), 0);
+    const std::string own = Spelled(file, platform::kPathSeparator);
+    EXPECT_EQ(Absolute(path("new/a/../a/b/f.txt")), own);
+    std::vector<std::string> listed;
+    sys->List(path("new/a/b"), listed);
+    EXPECT_EQ(listed, std::vector<std::string>{own});
+    std::vector<std::string> files;
+    sys->ListFiles(path("new"), true, files);
+    EXPECT_EQ(files, std::vector<std::string>{Spelled("a/b/f.txt", platform::kPathSeparator)});
+    EXPECT_TRUE(sys->RemoveFile(file));
+    EXPECT_TRUE(sys->RemoveDirectory(path("new")));
+    EXPECT_FALSE(sys->IsDirectory(path("new")));
+  }
+}
+
 // An output would truncate the file under a live view; it is refused by file
 // identity, whatever the path's spelling, and nothing changes.
 TEST(OsLimits, OutputOverAMappedFileIsRefused) {

@@ -13,6 +13,14 @@ namespace {
 constexpr unsigned short kNoUi = FOF_SILENT | FOF_NOCONFIRMATION |
                                  FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
 
+// The shell's calls take only '\\' on Windows; both separators are alike on
+// input, so each reaches them as the platform's own.
+void UseOwnSeparators(WidePath& wide) {
+  for (platform::WCHAR* unit = wide.text; *unit != 0; ++unit) {
+    if (*unit == '/' || *unit == '\\') *unit = platform::kPathSeparator;
+  }
+}
+
 // Attributes of path, or INVALID_FILE_ATTRIBUTES.
 platform::DWORD Attributes(const std::string& path) {
   WidePath wide(path.c_str());
@@ -65,6 +73,7 @@ int64_t OpenerOS::GetModifiedTime(const std::string& path) {
 
 bool OpenerOS::CreateDirectories(const std::string& path) {
   WidePath wide(path.c_str());
+  UseOwnSeparators(wide);
   return platform::SHCreateDirectoryExW(nullptr, wide.text, nullptr) == 0;
 }
 
@@ -75,6 +84,7 @@ bool OpenerOS::RemoveFile(const std::string& path) {
 
 bool OpenerOS::RemoveDirectory(const std::string& path) {
   WidePath wide(path.c_str());
+  UseOwnSeparators(wide);
   platform::SHFILEOPSTRUCTW operation{};
   operation.wFunc = FO_DELETE;
   // WidePath ends its text in two NULs, which makes it a one-name list.

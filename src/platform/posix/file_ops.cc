@@ -75,7 +75,8 @@ BOOL DeleteFileW(const WCHAR* path) {
 }
 
 int SHCreateDirectoryExW(void*, const WCHAR* path, const void*) {
-  if (path == nullptr || path[0] != u'/') return ERROR_BAD_PATHNAME;
+  // Either separator at the start makes a path absolute, as in PathIsRelativeW.
+  if (path == nullptr || (path[0] != u'/' && path[0] != u'\\')) return ERROR_BAD_PATHNAME;
   std::string native = posix::ToNativePath(path);
   while (native.size() > 1 && native.back() == '/') native.pop_back();
   // Parents first; a failure among them shows in the last mkdir.
