@@ -80,6 +80,33 @@ TEST(OsLimits, EveryOperationTakesBothSeparators) {
   }
 }
 
+// One bound on the result for both branches: 2047 units on POSIX, and on
+// Windows what the shell's path calls take, MAX_PATH less the terminator.
+TEST(OsLimits, AbsolutePathsAreBoundByTheirLength) {
+  const size_t longest = kWindows ? 259 : 2047;
+  const std::string root = kWindows ? "C:\\" : "/";
+  const std::string fits = root + std::string(longest - root.size(), 'a');
+  EXPECT_EQ(Absolute(fits), fits);
+  EXPECT_EQ(Absolute(fits + "a"), "untouched");
+
+  test::TempDir dir;
+  {
+    InDirectory current(dir.path());
+    const std::string base = Absolute("");
+    const std::string relative(longest - base.size() - 1, 'r');
+    EXPECT_EQ(Absolute(relative), base + platform::kPathSeparator + relative);
+    EXPECT_EQ(Absolute(relative + "r"), "untouched");
+  }
+  if (kWindows) return;
+  // The current directory "/" adds no separator of its own.
+  InDirectory top("/");
+  const std::string relative(2046, 'r');
+  EXPECT_EQ(Absolute(relative), "/" + relative);
+  EXPECT_EQ(Absolute(relative + "r"), "untouched");
+  // What counts is the result, not the text that leads to it.
+  EXPECT_EQ(Absolute("/" + std::string(3000, 'x') + "/../y"), "/y");
+}
+
 // An output would truncate the file under a live view; it is refused by file
 // identity, whatever the path's spelling, and nothing changes.
 TEST(OsLimits, OutputOverAMappedFileIsRefused) {

@@ -1,7 +1,9 @@
 #include "os/make_absolute_path.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "os/utf8_path.h"
 #include "os/wide_path.h"
@@ -19,32 +21,37 @@ bool IsSeparator(platform::WCHAR unit) { return unit == '\\' || unit == '/'; }
 bool MakeAbsolutePath(const std::string& path, std::string& out) {
   WidePath wide(path.c_str());
   size_t wide_length = std::char_traits<platform::WCHAR>::length(wide.text);
-  platform::WCHAR work[kUnits];
+  // The absolute text before separator runs collapse; a relative path is
+  // joined in a buffer sized to both texts, so that only the result is bounded.
+  const platform::WCHAR* joined = wide.text;
+  std::vector<platform::WCHAR> work;
   if (platform::PathIsRelativeW(wide.text)) {
-    platform::DWORD current = platform::GetCurrentDirectoryW(kUnits, work);
+    platform::WCHAR current[kUnits];
+    platform::DWORD current_length = platform::GetCurrentDirectoryW(kUnits, current);
     // 0 is a failure; a count of kUnits or more is the room a longer
     // directory would need, and nothing was written.
-    if (current == 0 || current >= kUnits) return false;
-    // One separator may come between the two.
-    if (current + 1 + wide_length > kUnits - 1) return false;
-    if (!platform::PathAppendW(work, wide.text)) return false;
-  } else {
-    if (wide_length > kUnits - 1) return false;
-    std::char_traits<platform::WCHAR>::copy(work, wide.text, wide_length + 1);
+    if (current_length == 0 || current_length >= kUnits) return false;
+    // Room for both texts and one separator between, and never less than
+    // the Windows call may write.
+    work.resize(std::max<size_t>(kUnits, current_length + 1 + wide_length + 1));
+    std::char_traits<platform::WCHAR>::copy(work.data(), current, current_length + 1);
+    if (!platform::PathAppendW(work.data(), wide.text)) return false;
+    joined = work.data();
   }
 
-  size_t length = std::char_traits<platform::WCHAR>::length(work);
+  size_t length = std::char_traits<platform::WCHAR>::length(joined);
   std::unique_ptr<platform::WCHAR[]> flat(new platform::WCHAR[length + 1]);
   size_t used = 0;
   for (size_t i = 0; i < length; ++i) {
-    if (!IsSeparator(work[i])) {
-      flat[used++] = work[i];
+    if (!IsSeparator(joined[i])) {
+      flat[used++] = joined[i];
     } else if (used == 0 || flat[used - 1] != platform::kPathSeparator) {
       flat[used++] = platform::kPathSeparator;
     }
   }
   if (used != 0 && flat[used - 1] == platform::kPathSeparator) --used;
   flat[used] = 0;
+  if (used + 1 > platform::kShellPathUnits) return false;
 
   platform::WCHAR canon[kUnits];
   if (!platform::PathCanonicalizeW(canon, flat.get())) return false;

@@ -50,6 +50,10 @@ using Stat64 = struct ::_stat64;
 
 inline constexpr char kPathSeparator = '\\';
 
+// The shell's path calls are specified for MAX_PATH units, terminator
+// included, and a longer path is not handed to them.
+inline constexpr std::size_t kShellPathUnits = MAX_PATH;
+
 // The real system functions.
 namespace native {
 
@@ -141,6 +145,10 @@ struct Stat64 {
 };
 
 inline constexpr char kPathSeparator = '/';
+
+// The path calls here take text of any length; PathCanonicalizeW bounds its
+// result by kPathBufferUnits.
+inline constexpr std::size_t kShellPathUnits = static_cast<std::size_t>(-1);
 
 // The system calls, implemented over POSIX in src/platform/posix/.
 namespace native {

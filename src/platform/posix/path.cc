@@ -42,8 +42,9 @@ BOOL PathAppendW(WCHAR* path, const WCHAR* more) {
   size_t length = Length(path);
   size_t more_length = Length(more);
   bool separator = more_length != 0 && length != 0 && !IsSeparator(path[length - 1]);
+  // The caller gives room for both texts and a separator: unlike the
+  // Windows call this one has no MAX_PATH to stop at.
   size_t total = length + (separator ? 1 : 0) + more_length;
-  if (total + 1 > kPathBufferUnits) return 0;
   if (separator) path[length++] = kPathSeparator;
   std::char_traits<WCHAR>::copy(path + length, more, more_length);
   path[total] = 0;
