@@ -16,17 +16,6 @@ using namespace test;
 
 Opener* MMap() { return GetOpener(OpenerTypeMMap); }
 
-// Views of the files below path in this process; -1 where it cannot be told.
-int Mappings(const std::string& path) {
-  if (OnWindows()) return -1;
-  std::ifstream maps("/proc/self/maps");
-  int count = 0;
-  for (std::string line; std::getline(maps, line);) {
-    count += line.find(fs::canonical(fs::u8path(path)).u8string()) != std::string::npos;
-  }
-  return count;
-}
-
 // Adds entries that no view backs; returns the size of the table.
 size_t TableSize(int expired = 0) {
   std::lock_guard<std::mutex> lock(MappedFileCacheLock);

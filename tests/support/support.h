@@ -106,6 +106,17 @@ inline int DescriptorMark() {
   return fd;
 }
 
+// Views of the files below path in this process; -1 where it cannot be told.
+inline int Mappings(const std::string& path) {
+  if (OnWindows()) return -1;
+  std::ifstream maps("/proc/self/maps");
+  int count = 0;
+  for (std::string line; std::getline(maps, line);) {
+    count += line.find(fs::canonical(fs::u8path(path)).u8string()) != std::string::npos;
+  }
+  return count;
+}
+
 inline void ExpectNoLeak(const std::function<void()>& body) {
   body();  // first-use allocations of the runtime are no leak
   const int before = DescriptorMark();
