@@ -95,7 +95,9 @@ int64_t InputZip::Read(void* buffer, size_t count) {
   if (slice) {
     const int64_t p = slice->Tell();
     const int64_t e = static_cast<int64_t>(start + size);
-    if (p >= e) return 0;
+    // A slice that failed to seek or to tell its place would read bytes of
+    // another record: nothing rather than a lie.
+    if (p < static_cast<int64_t>(start) || p >= e) return 0;
     if (count >= static_cast<uint64_t>(e - p)) count = static_cast<size_t>(e - p);
     return slice->Read(buffer, count);
   }
