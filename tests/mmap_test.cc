@@ -64,13 +64,16 @@ TEST_F(MMapCache, OneMappingPerLiveSpellingOfAPath) {
   EXPECT_EQ(Mappings(path), OnWindows() ? -1 : 3);
 }
 
-// Many expired entries are swept by a later open; live ones never are.
+// Expired entries are swept by an open that finds more than 1000 entries;
+// live ones never are.
 TEST_F(MMapCache, ExpiredEntriesAreSweptLiveOnesKept) {
   WriteFile(dir.Join("g"), "abc");
   std::unique_ptr<Input> live(MMap()->OpenInput(path));
-  ASSERT_EQ(TableSize(5000), 5001u);
+  ASSERT_EQ(TableSize(999), 1000u);
   Append(path);
-  std::unique_ptr<Input> fresh(MMap()->OpenInput(dir.Join("g"))), again(MMap()->OpenInput(path));
+  std::unique_ptr<Input> fresh(MMap()->OpenInput(dir.Join("g")));
+  EXPECT_EQ(TableSize(), 1001u) << "no sweep at exactly 1000 entries";
+  std::unique_ptr<Input> again(MMap()->OpenInput(path));
   ASSERT_TRUE(live && fresh && again);
   EXPECT_EQ(again->GetSize(), 10) << "the live view was kept";
   EXPECT_EQ(TableSize(), 2u);

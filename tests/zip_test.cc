@@ -131,15 +131,16 @@ TEST(ZipQuery, ListingsAndLookups) {
   ZipPtr zip = LoadBytes(ZipWriter().Add(ZipRecord("ab.txt", "bzip2 bytes", 12))
                              .Stored("a/c/d.txt", "d").Add(dated).Stored("a/", "")
                              .Stored("a.txt", "a").Stored("a/c/", "").Stored("blank name", "")
-                             .bytes);
+                             .Stored("\xC3\xA9/z.txt", "").bytes);
   ASSERT_TRUE(zip);
-  // "." sorts before "/", and "/" before "b". A blank is refused by
-  // standardisation: listed, never reached. The method does not matter to
-  // IsFile. A directory entry has a date, but is not reached. A zero date is
-  // day 0 of month -1 of 1980.
+  // "." sorts before "/", "/" before "b", and bytes are unsigned, so the UTF-8
+  // of "é" comes last. A blank is refused by standardisation: listed, never
+  // reached. The method does not matter to IsFile. A directory entry has a
+  // date, but is not reached. A zero date is day 0 of month -1 of 1980.
   const struct { char op; const char* path; std::string answer; } cases[] = {
-      {'L', "", "kept|a.txt|a|ab.txt|blank name"}, {'F', "", "kept|a.txt|ab.txt|blank name"},
-      {'R', "", "kept|a.txt|a/b.txt|a/c/d.txt|ab.txt|blank name"},
+      {'L', "", "kept|a.txt|a|ab.txt|blank name|\xC3\xA9"}, {'F', "", "kept|a.txt|ab.txt|blank name"},
+      {'R', "", "kept|a.txt|a/b.txt|a/c/d.txt|ab.txt|blank name|\xC3\xA9/z.txt"},
+      {'L', "\xC3\xA9", "kept|\xC3\xA9/z.txt"},
       {'L', "a", "kept|a/b.txt|a/c"}, {'L', "a/", "kept|a/b.txt|a/c"},
       {'L', "./a", "kept|a/b.txt|a/c"}, {'L', "a\\c\\..", "kept|a/b.txt|a/c"},
       {'F', "a", "kept|b.txt"}, {'R', "a", "kept|b.txt|c/d.txt"},
