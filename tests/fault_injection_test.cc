@@ -50,14 +50,14 @@ void InstallFailingCalls() {
   Failing<&S::_fseeki64>::Set(-1), Failing<&S::_ftelli64>::Set(-1);
 }
 
-// A stream of a sys file whose reads come short, seeks give -1 and clones
-// null at the nth of those calls. No descriptor: every byte goes through it.
+// A stream of a sys file whose reads come short, seeks give -1, clones null
+// and IsEOF true too early at the nth of those calls. No descriptor: every byte goes through it.
 struct FaultyInput final : Input {
   FaultyInput(std::unique_ptr<Input> inner, Opener* opener) : inner(std::move(inner)), opener(opener) {}
   int64_t Tell() override { return inner->Tell(); }
   int32_t Seek(int64_t offset, int32_t whence) override { return input_calls.Hit() ? -1 : inner->Seek(offset, whence); }
   int64_t GetSize() const override { return inner->GetSize(); }
-  bool IsEOF() override { return inner->IsEOF(); }
+  bool IsEOF() override { return input_calls.Hit() || inner->IsEOF(); }
   void Close() override { inner->Close(); }
   bool IsClosed() const override { return inner->IsClosed(); }
   const std::string& GetPath() const override { return inner->GetPath(); }
