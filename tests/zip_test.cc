@@ -1,8 +1,10 @@
 // Zip archives: the scan, queries, inflating, nesting, other tools' archives.
+#include <cstring>
 #include <new>
 #include <random>
 
 #include "support/support.h"
+#include "zip/inflate_member.h"
 
 namespace {
 // While set, the non-throwing operator new fails as it does when memory runs
@@ -421,12 +423,67 @@ TEST(ZipLimits, MemberDeclaringMoreThanItHoldsReadsOnAsZeros) {
 }
 
 TEST(ZipLimits, InflaterOutOfMemoryThrows) {
-  ZipPtr zip = LoadBytes(ZipWriter().Deflated("m", "text").bytes);
+  // Declaring a byte more than it holds, the member reaches zlib whatever
+  // inflater comes first.
+  ZipPtr zip = LoadBytes(ZipWriter().Add(Raw("m", ZipRecord("", "text", 8).data, 5)).bytes);
   ASSERT_TRUE(zip);
   fail_nothrow_new = true;
   EXPECT_THROW(delete zip->OpenInput("m"), std::bad_alloc);
   fail_nothrow_new = false;
-  EXPECT_EQ(Contents(zip.get(), "m"), "text");
+  EXPECT_EQ(Contents(zip.get(), "m"), std::string("text\0", 5));
+}
+
+// Raw deflate of content with the given level and strategy, so that stored,
+// fixed and dynamic blocks all occur.
+std::string DeflateWith(const std::string& content, int level, int strategy) {
+  z_stream stream = {};
+  deflateInit2(&stream, level, Z_DEFLATED, -MAX_WBITS, 8, strategy);
+  std::string out(deflateBound(&stream, content.size()), '\0');
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
+  stream.avail_in = static_cast<uInt>(content.size());
+  stream.next_out = reinterpret_cast<Bytef*>(&out[0]);
+  stream.avail_out = static_cast<uInt>(out.size());
+  deflate(&stream, Z_FINISH);
+  out.resize(stream.total_out);
+  deflateEnd(&stream);
+  return out;
+}
+
+// The whole-buffer inflater goes first; whatever it does, every member ends as
+// zlib alone ends it: the same result, the same bytes.
+TEST(ZipInflate, WholeBufferInflaterChangesNoOutcome) {
+  if (!HaveWholeBufferInflater()) GTEST_SKIP() << "built without libdeflate: zlib inflates every member";
+  std::mt19937 random(7);
+  const char* const words[] = {"tile", "grass", "stone", "level ", "\n", "0123", "sprite", "  "};
+  int kept_fast = 0, failed = 0;
+  for (int i = 0; i < 3000; ++i) {
+    std::string content;
+    const size_t length = random() % (i % 10 == 0 ? 70000 : 3000);
+    while (content.size() < length) {
+      content += random() % 4 == 0 ? std::string(1, static_cast<char>(random())) : words[random() % 8];
+    }
+    const int strategies[] = {Z_DEFAULT_STRATEGY, Z_FIXED, Z_HUFFMAN_ONLY, Z_RLE, Z_FILTERED};
+    std::string data = DeflateWith(content, static_cast<int>(random() % 10), strategies[random() % 5]);
+    uint64_t size = content.size();
+    switch (i % 8) {  // 0-2 exact; then the ways a record goes wrong
+      case 3: size = size > 0 ? random() % size : 0; break;
+      case 4: size += 1 + random() % 5000; break;
+      case 5: data.resize(data.empty() ? 0 : random() % data.size()); break;
+      case 6: for (int n = 0; n < 3 && !data.empty(); ++n) data[random() % data.size()] ^= 1 << (random() % 8); break;
+      case 7: data += std::string(1 + random() % 40, static_cast<char>(random())); break;
+    }
+    const auto* bytes = reinterpret_cast<const unsigned char*>(data.data());
+    InflatedMember fast = InflateMember(bytes, data.size(), size, true);
+    InflatedMember zlib = InflateMember(bytes, data.size(), size, false);
+    ASSERT_TRUE(fast.result == zlib.result && fast.held == zlib.held) << i;
+    if (fast.result == InflateResult::kDone) {
+      ASSERT_EQ(std::memcmp(fast.bytes.get(), zlib.bytes.get(), fast.held), 0) << i;
+    }
+    std::string out(size, '\0');
+    kept_fast += InflateWholeBuffer(bytes, data.size(), reinterpret_cast<unsigned char*>(&out[0]), size);
+    failed += fast.result != InflateResult::kDone;
+  }
+  EXPECT_TRUE(kept_fast > 1000 && failed > 100) << kept_fast << " " << failed;
 }
 
 }  // namespace

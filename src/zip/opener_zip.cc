@@ -123,9 +123,11 @@ bool OpenerZip::ScanArchive(Input* input) {
   // Everything that can throw comes before taking ownership, so that a
   // failure leaves the archive with the caller alone.
   std::string new_root = input->GetPath() + "://";
+  auto new_reader = std::make_unique<ArchiveReader>(input);
   std::sort(sorted_entries.begin(), sorted_entries.end(), NameLess);
   root.swap(new_root);
   archive.reset(input);
+  reader = std::move(new_reader);
   return true;
 }
 

@@ -11,14 +11,14 @@
 
 #include <velm/io/opener>
 
+#include "zip/archive_reader.h"
 #include "zip/zip_entry.h"
 
 namespace velm::io {
 
 // The members of one zip archive, indexed by a single walk over its local
 // headers. The index is read-only after the scan, so queries may run from
-// several threads; OpenInput of a deflated member moves the shared archive
-// position and must not overlap another such call.
+// several threads; opens read the archive through reader.
 class OpenerZip final : public Opener {
  public:
   OpenerZip();
@@ -66,6 +66,8 @@ class OpenerZip final : public Opener {
   Input* OpenDeflated(const std::string& path, const ZipEntry& entry);
 
   std::unique_ptr<Input> archive;
+  // Set with archive; the only way to its bytes after the scan.
+  std::unique_ptr<ArchiveReader> reader;
   std::string name;
   std::string root;
   // Node-based, so element addresses survive rehashing: sorted_entries and

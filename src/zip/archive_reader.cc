@@ -1,0 +1,63 @@
+#include "zip/archive_reader.h"
+
+#include <algorithm>
+
+
+namespace velm::io {
+
+namespace {
+
+// A read whose count the archive's size cannot confirm starts with a block of
+// this size and doubles it as bytes come.
+constexpr uint64_t kFirstPiece = 256 * 1024;
+
+// The most one read asks for.
+constexpr uint64_t kMaxTransfer = 0x7FFFFFFF;
+
+}  // namespace
+
+ArchiveReader::ArchiveReader(Input* archive)
+    : archive(archive), size(archive->GetSize()) {}
+
+template <typename ReadMore>
+bool ArchiveReader::Gather(Span& span, uint64_t capacity, uint64_t limit,
+                           ReadMore read) {
+  uint64_t done = 0;
+  Resize(span.held, capacity);
+  for (;;) {
+    if (done == capacity) {
+      if (capacity == limit) break;
+      capacity = std::min(limit, capacity * 2);
+      Resize(span.held, capacity);
+    }
+    const int64_t got = read(span.held.get() + done,
+                             std::min(capacity - done, kMaxTransfer), done);
+    if (got < 0 && done == 0) return false;
+    if (got <= 0) break;
+    done += static_cast<uint64_t>(got);
+  }
+  span.bytes = span.held.get();
+  span.count = done;
+  return true;
+}
+
+ArchiveReader::Span ArchiveReader::Read(uint32_t offset, uint32_t count) {
+  Span span;
+  // What the archive's size leaves for the record; all of it unless a file
+  // grew since it was opened.
+  uint64_t expected = count;
+  if (size >= 0) {
+    const auto total = static_cast<uint64_t>(size);
+    expected = offset < total ? std::min<uint64_t>(count, total - offset) : 0;
+  }
+  // The archive's own position, which only this lock moves after the scan.
+  std::lock_guard<std::mutex> hold(lock);
+  if (archive->Seek(static_cast<int64_t>(offset), 0) == -1) return Span();
+  Gather(span, std::min<uint64_t>(count, std::max(expected, kFirstPiece)),
+         count, [&](unsigned char* to, uint64_t n, uint64_t) {
+           return archive->Read(to, static_cast<size_t>(n));
+         });
+  return span;
+}
+
+}  // namespace velm::io

@@ -1,0 +1,51 @@
+#ifndef VELMIO_ZIP_ARCHIVE_READER_H_
+#define VELMIO_ZIP_ARCHIVE_READER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+
+#include <velm/io/stream>
+
+#include "zip/heap_bytes.h"
+
+namespace velm::io {
+
+// Reads bytes of a scanned archive for any number of threads at once, through
+// its Seek and Read under a lock.
+class ArchiveReader {
+ public:
+  // Some bytes of the archive: in its view, or in held.
+  struct Span {
+    const unsigned char* bytes = nullptr;
+    uint64_t count = 0;
+    Bytes held;
+  };
+
+  // archive must outlive this object, and after this no one else may use
+  // its position.
+  explicit ArchiveReader(Input* archive);
+  ArchiveReader(const ArchiveReader&) = delete;
+  ArchiveReader& operator=(const ArchiveReader&) = delete;
+
+  // Up to count bytes from offset on: fewer where the archive ends or a read
+  // fails. A count that a record merely claims costs no more memory than the
+  // bytes that really come.
+  Span Read(uint32_t offset, uint32_t count);
+
+ private:
+  // Fills span.held with up to limit bytes from read(to, count, done), which
+  // gives the bytes behind the done ones, 0 at the end or -1. The block
+  // starts at capacity and doubles while bytes come. False if the first
+  // call fails.
+  template <typename ReadMore>
+  bool Gather(Span& span, uint64_t capacity, uint64_t limit, ReadMore read);
+
+  Input* archive;
+  int64_t size = 0;
+  std::mutex lock;
+};
+
+}  // namespace velm::io
+
+#endif  // VELMIO_ZIP_ARCHIVE_READER_H_

@@ -1,0 +1,43 @@
+#ifndef VELMIO_ZIP_INFLATE_MEMBER_H_
+#define VELMIO_ZIP_INFLATE_MEMBER_H_
+
+#include <cstdint>
+
+#include "zip/heap_bytes.h"
+
+namespace velm::io {
+
+// How inflating a member ended: kDone, or the failure that its open reports.
+enum class InflateResult { kDone, kDataError, kInflateError, kEndError };
+
+struct InflatedMember {
+  InflateResult result = InflateResult::kDone;
+  // The bytes produced, held of them; the member reads on as zeros behind
+  // them up to its size. Set when result is kDone.
+  Bytes bytes;
+  uint64_t held = 0;
+};
+
+// The raw deflate stream in compressed[0, count) inflated into a member of
+// size bytes. fast tries the whole-buffer inflater first where the build has
+// one; its result is kept only when it is clean and fills size exactly, and
+// anything else is redone by zlib, so that every stream a compressor writes
+// ends as zlib ends it. libdeflate decodes a few codes that deflate leaves
+// undefined and zlib refuses (length symbols 286 and 287, distance symbols 30
+// and 31, among others): a stream made to use them opens where zlib would
+// refuse it.
+InflatedMember InflateMember(const unsigned char* compressed, uint64_t count,
+                             uint64_t size, bool fast = true);
+
+// Whether the build has the whole-buffer inflater.
+bool HaveWholeBufferInflater();
+
+// Inflates all of compressed[0, count) into out, which takes size bytes;
+// true only if the stream ended cleanly having given exactly size bytes.
+// Always false without the whole-buffer inflater.
+bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count,
+                        unsigned char* out, uint64_t size);
+
+}  // namespace velm::io
+
+#endif  // VELMIO_ZIP_INFLATE_MEMBER_H_
