@@ -1,7 +1,9 @@
 // Zip archives: the scan, queries, inflating, nesting, other tools' archives.
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <random>
+#include <thread>
 
 #include "support/support.h"
 #include "zip/inflate_member.h"
@@ -484,6 +486,48 @@ TEST(ZipInflate, WholeBufferInflaterChangesNoOutcome) {
     failed += fast.result != InflateResult::kDone;
   }
   EXPECT_TRUE(kept_fast > 1000 && failed > 100) << kept_fast << " " << failed;
+}
+
+// Threads open, read and clone members of one archive at once through every
+// way an archive is reached: a view, a descriptor, the lock of the archive.
+TEST(ZipStress, ThreadsShareOneArchive) {
+  std::vector<std::pair<std::string, std::string>> members;
+  ZipWriter inner, writer;
+  for (int i = 0; i < 24; ++i) {
+    std::string text;
+    for (int line = 0; line < 40 * (i + 1); ++line) text += std::to_string(i * line) + " tile\n";
+    members.emplace_back("m" + std::to_string(i), text);
+    inner.Add(ZipRecord(members.back().first, text, i % 3 == 0 ? 0 : 8));
+  }
+  // Inside a deflated member the last record is lost (see LoadZip above).
+  inner.Stored("last", "");
+  writer.Stored("inner.zip", inner.bytes).Deflated("inner.z.zip", inner.bytes);
+  for (const auto& [name, text] : members) writer.Add(ZipRecord(name, text, 8));
+  TempDir dir;
+  WriteFile(dir.Join("a.zip"), writer.bytes);
+  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    ZipPtr zip(LoadZip(dir.Join("a.zip"), GetOpener(type)));
+    ASSERT_TRUE(zip);
+    for (const char* archive : {"", "inner.zip", "inner.z.zip"}) {
+      ZipPtr nested(*archive ? LoadZip(archive, zip.get()) : nullptr);
+      Opener* opener = *archive ? nested.get() : zip.get();
+      ASSERT_TRUE(opener);
+      std::atomic<int> failures{0};
+      auto work = [&](unsigned seed) {
+        std::mt19937 random(seed);
+        for (int round = 0; round < 60; ++round) {
+          const auto& [name, text] = members[random() % members.size()];
+          std::unique_ptr<Input> input(opener->OpenInput(name));
+          if (input && random() % 2) input.reset(input->Clone());
+          failures += !input || ReadAll(input.get()) != text;
+        }
+      };
+      std::vector<std::thread> threads;
+      for (unsigned i = 0; i < 4; ++i) threads.emplace_back(work, i);
+      for (auto& thread : threads) thread.join();
+      EXPECT_EQ(failures, 0) << GetOpener(type)->GetName() << " " << archive;
+    }
+  }
 }
 
 }  // namespace

@@ -8,12 +8,14 @@
 
 #include <velm/io/stream>
 
+#include "mmap/viewed_input.h"
+
 namespace velm::io {
 
 // Reads a shared read-only view of a whole file; clones share the view. Only
 // dropping the last reference to the view makes a system call: it unmaps it.
 // The position is a plain field.
-class InputMMap final : public Input {
+class InputMMap final : public Input, public ViewedInput {
  public:
   InputMMap(Opener* opener, const std::string& path,
             std::shared_ptr<char> view, uint64_t size);
@@ -33,8 +35,7 @@ class InputMMap final : public Input {
   int64_t Read(void* buffer, size_t count) override;
   Input* Clone() override;
 
-  // The first byte of the shared view; null once closed.
-  const char* GetView() const { return view.get(); }
+  const char* GetView() const override { return view.get(); }
 
  private:
   std::string path;

@@ -94,6 +94,22 @@ using ::feof;
 using ::fread;
 using ::fwrite;
 
+// The runtime has no positional read of a descriptor: ReadFile with an offset
+// in an OVERLAPPED on the descriptor's handle is one. On a synchronous handle
+// it also moves the file pointer to behind the bytes read, so a caller must
+// not rely on the descriptor's position afterwards.
+inline int ReadAt(int descriptor, void* buffer, unsigned int count,
+                  std::int64_t offset) {
+  const auto file = reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
+  if (file == INVALID_HANDLE_VALUE || offset < 0) return -1;
+  OVERLAPPED at = {};
+  at.Offset = static_cast<DWORD>(offset);
+  at.OffsetHigh = static_cast<DWORD>(static_cast<std::uint64_t>(offset) >> 32);
+  DWORD got = 0;
+  if (::ReadFile(file, buffer, count, &got, &at)) return static_cast<int>(got);
+  return ::GetLastError() == ERROR_HANDLE_EOF ? 0 : -1;
+}
+
 }  // namespace native
 
 }  // namespace platform
@@ -202,6 +218,10 @@ std::int64_t _lseeki64(int descriptor, std::int64_t offset, int whence);
 int _read(int descriptor, void* buffer, unsigned int count);
 int _write(int descriptor, const void* buffer, unsigned int count);
 int _close(int descriptor);
+// count bytes at offset, the descriptor's position unchanged (pread); the
+// count rule of _read.
+int ReadAt(int descriptor, void* buffer, unsigned int count,
+           std::int64_t offset);
 
 // CRT stdio.
 std::FILE* _wfopen(const WCHAR* path, const WCHAR* mode);
@@ -268,7 +288,8 @@ inline constexpr int kInlinePathUnits = 512;
 inline constexpr std::int64_t kTicksPerSecond = 10000000;
 inline constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
 
-// Every platform call the library makes, in the order of the Parts' list.
+// Every platform call the library makes, in the order of the Parts' list;
+// ReadAt, the positional read that archives use, stands beside _read.
 #define VELM_PLATFORM_CALLS(X)                                               \
   X(MultiByteToWideChar) X(WideCharToMultiByte)                              \
   X(GetCurrentDirectoryW) X(PathIsRelativeW) X(PathAppendW)                  \
@@ -277,7 +298,8 @@ inline constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
   X(CloseHandle) X(DeleteFileW) X(SHCreateDirectoryExW) X(SHFileOperationW)  \
   X(FindFirstFileW) X(FindNextFileW) X(FindClose)                            \
   X(CreateFileMappingW) X(MapViewOfFile) X(UnmapViewOfFile)                  \
-  X(_wsopen_s) X(_fstat64) X(_lseeki64) X(_read) X(_write) X(_close)         \
+  X(_wsopen_s) X(_fstat64) X(_lseeki64) X(_read) X(ReadAt) X(_write)         \
+  X(_close)                                                                  \
   X(_wfopen) X(fclose) X(feof) X(fread) X(fwrite) X(_fileno) X(_fseeki64)    \
   X(_ftelli64)                                                               \
   X(_mktime64)

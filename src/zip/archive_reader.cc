@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "mmap/viewed_input.h"
+#include "platform/platform.h"
 
 namespace velm::io {
 
@@ -11,13 +13,22 @@ namespace {
 // this size and doubles it as bytes come.
 constexpr uint64_t kFirstPiece = 256 * 1024;
 
-// The most one read asks for.
+// The most one descriptor read takes, as for the descriptor back-end.
 constexpr uint64_t kMaxTransfer = 0x7FFFFFFF;
 
 }  // namespace
 
 ArchiveReader::ArchiveReader(Input* archive)
-    : archive(archive), size(archive->GetSize()) {}
+    : archive(archive), size(archive->GetSize()) {
+  if (auto* viewed = dynamic_cast<ViewedInput*>(archive)) {
+    view = reinterpret_cast<const unsigned char*>(viewed->GetView());
+  }
+  // A positional read must stop where the data end, so it needs their size.
+  if (view || size < 0 ||
+      !archive->GetDescriptor(&descriptor, &descriptor_base)) {
+    descriptor = -1;
+  }
+}
 
 template <typename ReadMore>
 bool ArchiveReader::Gather(Span& span, uint64_t capacity, uint64_t limit,
@@ -50,7 +61,24 @@ ArchiveReader::Span ArchiveReader::Read(uint32_t offset, uint32_t count) {
     const auto total = static_cast<uint64_t>(size);
     expected = offset < total ? std::min<uint64_t>(count, total - offset) : 0;
   }
-  // The archive's own position, which only this lock moves after the scan.
+  if (view) {
+    if (offset <= static_cast<uint64_t>(size)) {
+      span.bytes = view + offset;
+      span.count = expected;
+    }
+    return span;
+  }
+  if (descriptor >= 0 &&
+      Gather(span, expected, expected,
+             [&](unsigned char* to, uint64_t n, uint64_t done) -> int64_t {
+               return platform::ReadAt(
+                   descriptor, to, static_cast<unsigned int>(n),
+                   descriptor_base + static_cast<int64_t>(offset + done));
+             })) {
+    return span;
+  }
+  // A descriptor that cannot be read at an offset, or none: the archive's own
+  // position, which only this lock moves after the scan.
   std::lock_guard<std::mutex> hold(lock);
   if (archive->Seek(static_cast<int64_t>(offset), 0) == -1) return Span();
   Gather(span, std::min<uint64_t>(count, std::max(expected, kFirstPiece)),

@@ -11,8 +11,10 @@
 
 namespace velm::io {
 
-// Reads bytes of a scanned archive for any number of threads at once, through
-// its Seek and Read under a lock.
+// Reads bytes of a scanned archive for any number of threads at once, never
+// through the archive's shared position where that can be helped: straight
+// from the view of a mapped archive, by positional reads of its descriptor,
+// or else through Seek and Read under a lock.
 class ArchiveReader {
  public:
   // Some bytes of the archive: in its view, or in held.
@@ -23,7 +25,7 @@ class ArchiveReader {
   };
 
   // archive must outlive this object, and after this no one else may use
-  // its position.
+  // its position: a positional read on Windows moves it.
   explicit ArchiveReader(Input* archive);
   ArchiveReader(const ArchiveReader&) = delete;
   ArchiveReader& operator=(const ArchiveReader&) = delete;
@@ -42,6 +44,9 @@ class ArchiveReader {
   bool Gather(Span& span, uint64_t capacity, uint64_t limit, ReadMore read);
 
   Input* archive;
+  const unsigned char* view = nullptr;
+  int descriptor = -1;
+  int64_t descriptor_base = 0;
   int64_t size = 0;
   std::mutex lock;
 };

@@ -119,7 +119,8 @@ InflatedMember InflateMember(const unsigned char* compressed, uint64_t count,
 
 Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
   auto stream = std::make_unique<InputZip>(path, this, entry.uncompress_size);
-  // All the compressed bytes at once, for an inflater that takes them whole.
+  // Read without the archive's shared position, so that opens of one archive
+  // may run at once.
   ArchiveReader::Span compressed;
   if (entry.uncompress_size > 0) {
     compressed = reader->Read(entry.offset, entry.compress_size);

@@ -17,8 +17,8 @@
 namespace velm::io {
 
 // The members of one zip archive, indexed by a single walk over its local
-// headers. The index is read-only after the scan, so queries may run from
-// several threads; opens read the archive through reader.
+// headers. The index is read-only after the scan, and opens read the archive
+// through reader, so queries and opens may run from several threads at once.
 class OpenerZip final : public Opener {
  public:
   OpenerZip();
@@ -66,7 +66,9 @@ class OpenerZip final : public Opener {
   Input* OpenDeflated(const std::string& path, const ZipEntry& entry);
 
   std::unique_ptr<Input> archive;
-  // Set with archive; the only way to its bytes after the scan.
+  // Set with archive; the only way to its bytes after the scan. Nothing
+  // relies on archive's position then (stored members read through clones),
+  // which a positional read moves on Windows.
   std::unique_ptr<ArchiveReader> reader;
   std::string name;
   std::string root;

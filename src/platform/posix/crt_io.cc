@@ -89,6 +89,13 @@ int _read(int descriptor, void* buffer, unsigned int count) {
   return Transfer(count, [&] { return ::read(descriptor, buffer, count); });
 }
 
+int ReadAt(int descriptor, void* buffer, unsigned int count,
+           std::int64_t offset) {
+  return Transfer(count, [&] {
+    return ::pread(descriptor, buffer, count, static_cast<off_t>(offset));
+  });
+}
+
 int _write(int descriptor, const void* buffer, unsigned int count) {
   return Transfer(count, [&] { return ::write(descriptor, buffer, count); });
 }
