@@ -19,6 +19,8 @@ void* g_context = nullptr;
 
 void Emit(unsigned int channel, int level, bool is_error, const char* format,
           va_list args) {
+  // The default sink drops these; formatting them would be wasted.
+  if (g_sink == DefaultSink && !is_error && level < 0) return;
   char inline_text[512];
   va_list copy;
   va_copy(copy, args);

@@ -8,6 +8,7 @@
 
 #include <velm/log/log>
 
+#include "platform/platform.h"
 #include "zip/archive_reader.h"
 #include "zip/input_zip.h"
 #include "zip/opener_zip.h"
@@ -21,6 +22,11 @@ namespace {
 // compressed bytes can give, with a margin, never for a declared size alone.
 constexpr uint64_t kMaxInflateRatio = 1032;
 constexpr uint64_t kInflateSlack = 4096;
+
+// Outputs above this size are written with huge pages where the system has
+// them. The C library maps blocks this large on their own, so the hint
+// reaches no other allocation.
+constexpr uint64_t kLargeOutput = uint64_t{32} << 20;
 
 // zlib's state comes from operator new like every other allocation of the
 // library, so that a host that replaces it sees and can limit these too.
@@ -100,6 +106,9 @@ InflatedMember InflateMember(const unsigned char* compressed, uint64_t count,
           : std::min(size, count * kMaxInflateRatio + kInflateSlack);
   Resize(member.bytes, room);
   if (room == 0) return member;
+  if (room > kLargeOutput) {
+    platform::AdviseLargePages(member.bytes.get(), static_cast<size_t>(room));
+  }
   // The whole-buffer inflater needs room for the declared size, which the
   // bound above allows only where the compressed bytes could give it.
   if (fast && room == size &&

@@ -114,5 +114,16 @@ BOOL UnmapViewOfFile(const void* view) {
   return ::munmap(const_cast<void*>(view), length) == 0 ? 1 : 0;
 }
 
+void AdviseLargePages(void* block, std::size_t bytes) {
+  const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+  const auto start = reinterpret_cast<std::uintptr_t>(block);
+  const std::uintptr_t first = (start + page - 1) / page * page;
+  const std::uintptr_t end = (start + bytes) / page * page;
+  // A refusal (no transparent huge pages here) changes nothing observable.
+  if (end > first) {
+    ::madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+  }
+}
+
 }  // namespace native
 }  // namespace platform
