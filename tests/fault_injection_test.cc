@@ -45,7 +45,8 @@ void InstallFailingCalls() {
   Failing<&S::FindFirstFileW>::Set(INVALID_HANDLE_VALUE), Failing<&S::FindNextFileW>::Set(0);
   Failing<&S::CreateFileMappingW>::Set(nullptr), Failing<&S::MapViewOfFile>::Set(nullptr);
   Failing<&S::_wsopen_s>::Set(EACCES), Failing<&S::_fstat64>::Set(-1), Failing<&S::_lseeki64>::Set(-1);
-  Failing<&S::_read>::Set(-1), Failing<&S::_write>::Set(-1), Failing<&S::_mktime64>::Set(-1);
+  Failing<&S::_read>::Set(-1), Failing<&S::ReadAt>::Set(-1), Failing<&S::_write>::Set(-1);
+  Failing<&S::_mktime64>::Set(-1);
   Failing<&S::_wfopen>::Set(nullptr), Failing<&S::fread>::Set(0), Failing<&S::fwrite>::Set(0);
   Failing<&S::_fseeki64>::Set(-1), Failing<&S::_ftelli64>::Set(-1);
 }
@@ -81,6 +82,21 @@ struct FaultyOpener final : OpenerOS {
 Opener* Sys() { return GetOpener(OpenerTypeSys); }
 const std::string kMember(300, 'm');
 
+// A member read short, or read on as zeros where inflating stopped, is a
+// part of it; other bytes are not.
+void ReadMembers(Opener* opener, const std::string& root, Strings& found) {
+  Strings listed;
+  ZipPtr zip(LoadZip(root + "/a.zip", opener));
+  if (zip) zip->ListFiles("", true, listed);
+  for (const std::string& name : listed) {
+    std::unique_ptr<Input> input(zip->OpenInput(name));
+    const std::string got = input ? ReadAll(input.get()) : "";
+    const auto cut = std::mismatch(got.begin(), got.end(), kMember.begin(), kMember.end()).first;
+    const bool part = got.size() <= kMember.size() && std::count(cut, got.end(), '\0') == got.end() - cut;
+    found.push_back(part ? name : name + "=" + got);
+  }
+}
+
 // One use of the library, adding what it found. A run with a fault must find
 // a part of what the run without finds, or let std::bad_alloc through.
 struct Scenario {
@@ -110,21 +126,13 @@ const Scenario kScenarios[] = {
      }},
     {"List", [](const std::string& root, Strings& found) { Sys()->List(root + "/tree", found); }},
     {"ListFiles", [](const std::string& root, Strings& found) { Sys()->ListFiles(root + "/tree", true, found); }},
-    // A member read short, or read on as zeros where inflating stopped, is a
-    // part of it; other bytes are not.
+    // Through a stream with no descriptor, and through the descriptor
+    // back-end, whose deflated members are read at an offset.
     {"ArchiveMembers", [](const std::string& root, Strings& found) {
        FaultyOpener faulty;
-       Strings listed;
-       ZipPtr zip(LoadZip(root + "/a.zip", &faulty));
-       if (zip) zip->ListFiles("", true, listed);
-       for (const std::string& name : listed) {
-         std::unique_ptr<Input> input(zip->OpenInput(name));
-         const std::string got = input ? ReadAll(input.get()) : "";
-         const auto cut = std::mismatch(got.begin(), got.end(), kMember.begin(), kMember.end()).first;
-         const bool part = got.size() <= kMember.size() && std::count(cut, got.end(), '\0') == got.end() - cut;
-         found.push_back(part ? name : name + "=" + got);
-       }
+       ReadMembers(&faulty, root, found);
      }},
+    {"ArchiveOverSys", [](const std::string& root, Strings& found) { ReadMembers(Sys(), root, found); }},
 };
 
 void Populate(const std::string& root) {
