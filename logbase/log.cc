@@ -7,9 +7,12 @@
 namespace velm::log {
 namespace {
 
+// Detail lines (level below 0) are for hosts that ask for them with a sink.
+bool DefaultSinkDrops(int level, bool is_error) { return !is_error && level < 0; }
+
 void DefaultSink(void*, unsigned int channel, int level, bool is_error,
                  const char* message) {
-  if (!is_error && level < 0) return;
+  if (DefaultSinkDrops(level, is_error)) return;
   std::fprintf(stderr, "[%u]%s %s\n", channel, is_error ? " error:" : "",
                message);
 }
@@ -20,7 +23,7 @@ void* g_context = nullptr;
 void Emit(unsigned int channel, int level, bool is_error, const char* format,
           va_list args) {
   // The default sink drops these; formatting them would be wasted.
-  if (g_sink == DefaultSink && !is_error && level < 0) return;
+  if (g_sink == DefaultSink && DefaultSinkDrops(level, is_error)) return;
   char inline_text[512];
   va_list copy;
   va_copy(copy, args);

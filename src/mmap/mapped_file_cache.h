@@ -29,7 +29,7 @@ using MappedFileTable = std::map<platform::WideString, MappedFileEntry>;
 // then its lock with the next one, and unload destroys them in the reverse
 // order. Only a priority fixes the order between translation units: GNU ld
 // runs them in link order, MinGW in the reverse order.
-inline constexpr int kBuiltinOpenersInitPriority = 101;
+inline constexpr int kBuiltinOpenersInitPriority = 102;
 
 extern MappedFileTable MappedFileCache;
 extern std::mutex MappedFileCacheLock;

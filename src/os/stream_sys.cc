@@ -1,5 +1,6 @@
 #include "os/stream_sys.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "platform/platform.h"
@@ -7,13 +8,8 @@
 namespace velm::io {
 namespace {
 
-// The most one CRT call can report in its signed 32-bit result. A larger
-// request is cut to it: a short transfer is allowed, a truncated count of the
-// low 32 bits would not be, and the Windows CRT rejects larger counts outright.
-constexpr size_t kMaxTransfer = 0x7FFFFFFF;
-
 unsigned int TransferCount(size_t count) {
-  return static_cast<unsigned int>(count < kMaxTransfer ? count : kMaxTransfer);
+  return static_cast<unsigned int>(std::min(count, platform::kMaxTransferBytes));
 }
 
 }  // namespace

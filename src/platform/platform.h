@@ -50,8 +50,8 @@ using Stat64 = struct ::_stat64;
 
 inline constexpr char kPathSeparator = '\\';
 
-// The shell's path calls are specified for MAX_PATH units, terminator
-// included, and a longer path is not handed to them.
+// The shell's path calls take at most MAX_PATH units, terminator included,
+// and a longer path is not handed to them.
 inline constexpr std::size_t kShellPathUnits = MAX_PATH;
 
 // The real system functions.
@@ -291,12 +291,17 @@ inline constexpr std::size_t kPathBufferUnits = 2048;
 // units (bytes for UTF-8), terminator included; longer ones go to the heap.
 inline constexpr int kInlinePathUnits = 512;
 
+// The most one descriptor read or write can report in its signed 32-bit
+// result. A larger request is cut to it: a short transfer is allowed, a count
+// of the low 32 bits would not be, and the Windows CRT rejects larger counts.
+inline constexpr std::size_t kMaxTransferBytes = 0x7FFFFFFF;
+
 // A FILETIME counts 100 ns ticks from 1601-01-01, this many seconds before
 // 1970-01-01.
 inline constexpr std::int64_t kTicksPerSecond = 10000000;
 inline constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
 
-// Every platform call the library makes, in the order of the Parts' list;
+// Every platform call the library makes, grouped by the services they use;
 // ReadAt, the positional read that archives use, stands beside _read, and
 // AdviseLargePages, for the output of large members, beside the mappings.
 #define VELM_PLATFORM_CALLS(X)                                               \

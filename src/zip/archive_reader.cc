@@ -13,9 +13,6 @@ namespace {
 // this size and doubles it as bytes come.
 constexpr uint64_t kFirstPiece = 256 * 1024;
 
-// The most one descriptor read takes, as for the descriptor back-end.
-constexpr uint64_t kMaxTransfer = 0x7FFFFFFF;
-
 }  // namespace
 
 ArchiveReader::ArchiveReader(Input* archive)
@@ -42,7 +39,8 @@ bool ArchiveReader::Gather(Span& span, uint64_t capacity, uint64_t limit,
       Resize(span.held, capacity);
     }
     const int64_t got = read(span.held.get() + done,
-                             std::min(capacity - done, kMaxTransfer), done);
+                             std::min<uint64_t>(capacity - done, platform::kMaxTransferBytes),
+                             done);
     if (got < 0 && done == 0) return false;
     if (got <= 0) break;
     done += static_cast<uint64_t>(got);
@@ -50,6 +48,12 @@ bool ArchiveReader::Gather(Span& span, uint64_t capacity, uint64_t limit,
   span.bytes = span.held.get();
   span.count = done;
   return true;
+}
+
+Input* ArchiveReader::CloneArchive() {
+  if (view || descriptor >= 0) return archive->Clone();
+  std::lock_guard<std::mutex> hold(lock);
+  return archive->Clone();
 }
 
 ArchiveReader::Span ArchiveReader::Read(uint32_t offset, uint32_t count) {

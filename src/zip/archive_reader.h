@@ -35,6 +35,11 @@ class ArchiveReader {
   // bytes that really come.
   Span Read(uint32_t offset, uint32_t count);
 
+  // A clone of the archive's stream, for a stored member. Taken under the
+  // lock where reads share the archive's stream, which a host's Clone may
+  // touch.
+  Input* CloneArchive();
+
  private:
   // Fills span.held with up to limit bytes from read(to, count, done), which
   // gives the bytes behind the done ones, 0 at the end or -1. The block

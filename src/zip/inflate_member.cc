@@ -28,8 +28,8 @@ constexpr uint64_t kInflateSlack = 4096;
 // reaches no other allocation.
 constexpr uint64_t kLargeOutput = uint64_t{32} << 20;
 
-// zlib's state comes from operator new like every other allocation of the
-// library, so that a host that replaces it sees and can limit these too.
+// zlib's state comes from the non-throwing operator new, so that its failure
+// is told apart from a refusal and leaves as std::bad_alloc.
 voidpf ZlibAlloc(voidpf, uInt items, uInt size) {
   return ::operator new(static_cast<size_t>(items) * size, std::nothrow);
 }

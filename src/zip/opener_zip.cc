@@ -186,7 +186,7 @@ Input* OpenerZip::OpenInput(const std::string& path) {
 Input* OpenerZip::OpenStored(const std::string& path, const ZipEntry& entry) {
   auto stream = std::make_unique<InputZip>(path, this, entry.uncompress_size);
   stream->start = entry.offset;
-  std::unique_ptr<Input> slice(archive->Clone());
+  std::unique_ptr<Input> slice(reader->CloneArchive());
   if (!slice) return nullptr;
   // A refused seek shows itself in the slice's Tell, which bounds every Read.
   slice->Seek(static_cast<int64_t>(stream->start), 0);

@@ -91,6 +91,13 @@ void* MapViewOfFile(HANDLE mapping, DWORD, DWORD offset_high,
   if (length > source->size - offset) return nullptr;
   Views& views = LiveViews();
   std::lock_guard<std::mutex> lock(views.lock);
+  // An output of another thread may have emptied the file since its size was
+  // taken; under the lock no output can do so until the view is known.
+  struct stat status;
+  if (::fstat(source->fd, &status) != 0 ||
+      static_cast<std::uint64_t>(status.st_size) < offset + length) {
+    return nullptr;
+  }
   void* address = ::mmap(nullptr, length, PROT_READ, MAP_SHARED, source->fd,
                          static_cast<off_t>(offset));
   if (address == MAP_FAILED) return nullptr;
