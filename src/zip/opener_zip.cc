@@ -90,17 +90,19 @@ bool OpenerZip::ScanArchive(Input* input) {
       entry.offset = static_cast<uint32_t>(data_start);
       if (input->Seek(static_cast<int64_t>(entry.compress_size), 1) == -1) break;
 
-      // Checked before any key is made, so that the check costs no more than
-      // the bound allows. Bytes up to the end of the name were read, so the
-      // archive really holds them, unlike the sizes a record claims.
+      // The first record of a name wins; a later one is logged and skipped.
+      auto inserted = entries.try_emplace(entry_name, entry);
+      // Parents are checked before any of their keys is made, so that the
+      // check costs no more than the bound allows. Bytes up to the end of the
+      // name were read, so the archive really holds them, unlike the sizes a
+      // record claims. The record that passes the bound leaves nothing.
       parents.clear();
-      if (entries.count(entry_name) == 0 &&
+      if (inserted.second &&
           !ReserveKeys(entry_name, KeyBound(data_start - extra_length),
                        key_bytes, parents)) {
+        entries.erase(inserted.first);
         break;
       }
-
-      auto inserted = entries.emplace(entry_name, entry);
       velm::log::Log(LogChannel, -1,
                      "Find zipped file %s, compress_method %d, compress_size "
                      "%d, uncompress_size %d, flags %d, offset %d",
