@@ -20,35 +20,33 @@ struct Countdown {
   bool Hit() { return left > 0 && --left == 0 && (tripped = true); }
 };
 Countdown calls, allocations, input_calls;  // one thread uses them
-constexpr int kAccessDenied = 5;
 
 // A table entry that, when the countdown says so, returns `failure` without
 // calling the system.
 template <auto Entry>
 struct Failing;
-template <typename R, typename... Args, R (*platform::Syscalls::*Entry)(Args...)>
+template <typename R, typename... Args, R (*platform::Calls::*Entry)(Args...)>
 struct Failing<Entry> {
   static inline R failure{};
-  static R Call(Args... args) { return calls.Hit() ? failure : (platform::kNativeSyscalls.*Entry)(args...); }
-  static void Set(R value) { failure = value, platform::syscalls.*Entry = &Call; }
+  static R Call(Args... args) { return calls.Hit() ? failure : (platform::kNativeCalls.*Entry)(args...); }
+  static void Set(R value) { failure = value, platform::calls.*Entry = &Call; }
 };
 
 // Every call that can fail, with the answer of its failure. Left alone: the
-// text conversions and PathIsRelativeW (they only compute), the calls that
-// release, feof/_fileno, and GetFileSize, whose failure value is also a size.
+// calls that release, and those that cannot fail (BufferedDescriptor of an
+// open file, AdviseLargePages).
 void InstallFailingCalls() {
-  using S = platform::Syscalls;
-  Failing<&S::GetCurrentDirectoryW>::Set(0), Failing<&S::PathAppendW>::Set(0), Failing<&S::PathCanonicalizeW>::Set(0);
-  Failing<&S::GetFileAttributesW>::Set(INVALID_FILE_ATTRIBUTES), Failing<&S::GetFileTime>::Set(0);
-  Failing<&S::CreateFileW>::Set(INVALID_HANDLE_VALUE), Failing<&S::DeleteFileW>::Set(0);
-  Failing<&S::SHCreateDirectoryExW>::Set(kAccessDenied), Failing<&S::SHFileOperationW>::Set(kAccessDenied);
-  Failing<&S::FindFirstFileW>::Set(INVALID_HANDLE_VALUE), Failing<&S::FindNextFileW>::Set(0);
-  Failing<&S::CreateFileMappingW>::Set(nullptr), Failing<&S::MapViewOfFile>::Set(nullptr);
-  Failing<&S::_wsopen_s>::Set(EACCES), Failing<&S::_fstat64>::Set(-1), Failing<&S::_lseeki64>::Set(-1);
-  Failing<&S::_read>::Set(-1), Failing<&S::ReadAt>::Set(-1), Failing<&S::_write>::Set(-1);
-  Failing<&S::_mktime64>::Set(-1);
-  Failing<&S::_wfopen>::Set(nullptr), Failing<&S::fread>::Set(0), Failing<&S::fwrite>::Set(0);
-  Failing<&S::_fseeki64>::Set(-1), Failing<&S::_ftelli64>::Set(-1);
+  using C = platform::Calls;
+  Failing<&C::CurrentDirectory>::Set(false), Failing<&C::Canonicalize>::Set(false);
+  Failing<&C::KindOf>::Set(platform::FileKind::kMissing), Failing<&C::ModifiedTime>::Set(-1);
+  Failing<&C::CreateDirectories>::Set(false), Failing<&C::RemoveFile>::Set(false);
+  Failing<&C::RemoveTree>::Set(false), Failing<&C::ListDirectory>::Set(false);
+  Failing<&C::Open>::Set(-1), Failing<&C::SizeOf>::Set(false), Failing<&C::Seek>::Set(-1);
+  Failing<&C::Read>::Set(-1), Failing<&C::ReadAt>::Set(-1), Failing<&C::Write>::Set(-1);
+  Failing<&C::OpenBuffered>::Set(nullptr), Failing<&C::ReadBuffered>::Set(0);
+  Failing<&C::WriteBuffered>::Set(0), Failing<&C::SeekBuffered>::Set(-1);
+  Failing<&C::TellBuffered>::Set(-1), Failing<&C::Map>::Set(false);
+  Failing<&C::LocalTime>::Set(-1);
 }
 
 // A stream of a sys file whose reads come short, seeks give -1, clones null
@@ -180,7 +178,7 @@ void DriveAll(const char* kind, Countdown& countdown) {
   for (const Scenario& scenario : kScenarios) {
     points += std::string(" ") + scenario.name + "=" + std::to_string(Drive(scenario, countdown));
   }
-  platform::ResetSyscalls();
+  platform::calls = platform::kNativeCalls;
   std::printf("%s\n", points.c_str());
 }
 

@@ -201,5 +201,26 @@ TEST(Listing, RecursiveWalkIsBreadthFirstAndEndsInALinkLoop) {
   EXPECT_EQ(Strings(out.begin(), out.begin() + 4), (Strings{"y.txt", c + "w.txt", loop + "y.txt", loop + c + "w.txt"}));
 }
 
+// Linux allows any bytes but '/' and NUL in a name; such a file is listed,
+// opened through every back-end and removed by the name the listing gives.
+TEST(FileSystem, NameThatIsNotUtf8) {
+  if (OnWindows()) return;  // Windows names are UTF-16
+  TempDir dir;
+  const std::string bad = dir.Join("bad\xFFname");
+  std::ofstream(bad, std::ios::binary) << "bytes";  // the bytes as the name, unconverted
+  Strings listed;
+  Sys()->ListFiles(dir.path, false, listed);
+  ASSERT_EQ(listed, Strings{"bad\xFFname"});
+  const std::string path = dir.Join(listed[0]);
+  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    std::unique_ptr<Input> input(GetOpener(type)->OpenInput(path));
+    ASSERT_TRUE(input) << type;
+    EXPECT_EQ(ReadAll(input.get()), "bytes") << type;
+  }
+  EXPECT_TRUE(Sys()->IsFile(path));
+  EXPECT_TRUE(Sys()->RemoveFile(path));
+  EXPECT_FALSE(fs::exists(fs::path(bad)));
+}
+
 }  // namespace
 }  // namespace velm::io

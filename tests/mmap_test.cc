@@ -16,14 +16,15 @@ using namespace test;
 
 Opener* MMap() { return GetOpener(OpenerTypeMMap); }
 
-// Adds entries that no view backs; returns the size of the table.
-size_t TableSize(int expired = 0) {
-  std::lock_guard<std::mutex> lock(MappedFileCacheLock);
+// Maps and drops that many files of dir, which leaves their entries expired;
+// returns the size of the table.
+size_t TableSize(const TempDir* dir = nullptr, int expired = 0) {
   for (int i = 0; i < expired; ++i) {
-    const std::string key = "expired-" + std::to_string(i);
-    MappedFileCache[platform::WideString(key.begin(), key.end())] = {};
+    const std::string file = dir->Join("expired-" + std::to_string(i));
+    WriteFile(file, "x");
+    EXPECT_TRUE(std::unique_ptr<Input>(MMap()->OpenInput(file))) << file;
   }
-  return MappedFileCache.size();
+  return MappedFiles().EntryCount();
 }
 
 // A mapped file can grow, never shrink, on Windows.
@@ -32,10 +33,7 @@ void Append(const std::string& path) { std::ofstream(fs::u8path(path), std::ios:
 class MMapCache : public testing::Test {
  protected:
   void SetUp() override { TearDown(); }
-  void TearDown() override {
-    std::lock_guard<std::mutex> lock(MappedFileCacheLock);
-    MappedFileCache.clear();
-  }
+  void TearDown() override { MappedFiles().Clear(); }
   TempDir dir;
   const std::string path = (WriteFile(dir.Join("f"), "0123456789"), dir.Join("f"));
 };
@@ -69,7 +67,7 @@ TEST_F(MMapCache, OneMappingPerLiveSpellingOfAPath) {
 TEST_F(MMapCache, ExpiredEntriesAreSweptLiveOnesKept) {
   WriteFile(dir.Join("g"), "abc");
   std::unique_ptr<Input> live(MMap()->OpenInput(path));
-  ASSERT_EQ(TableSize(999), 1000u);
+  ASSERT_EQ(TableSize(&dir, 999), 1000u);
   Append(path);
   std::unique_ptr<Input> fresh(MMap()->OpenInput(dir.Join("g")));
   EXPECT_EQ(TableSize(), 1001u) << "no sweep at exactly 1000 entries";
@@ -141,8 +139,6 @@ TEST(MMapStress, ManyThreadsShareAndDropViews) {
   for (auto& thread : threads) thread.join();
   for (auto& slot : slots) slot.reset();
   EXPECT_TRUE(failures == 0 && bytes_checked > 0) << failures;
-  std::lock_guard<std::mutex> lock(MappedFileCacheLock);
-  for (const auto& entry : MappedFileCache) EXPECT_TRUE(entry.second.view.expired());
   EXPECT_EQ(Mappings(dir.path), OnWindows() ? -1 : 0);
 }
 

@@ -14,8 +14,8 @@ const char* const kNames[] = {"sys", "cfile", "mmap", "stored", "deflated"};
 // Bytes at offset of a descriptor that a stream handed out.
 std::string ReadAt(int fd, int64_t offset, unsigned size) {
   std::string out(size, '\0');
-  if (platform::_lseeki64(fd, offset, 0) != offset) return "<seek failed>";
-  out.resize(std::max(platform::_read(fd, &out[0], size), 0));
+  if (platform::calls.Seek(fd, offset, 0) != offset) return "<seek failed>";
+  out.resize(static_cast<size_t>(std::max<int64_t>(platform::calls.Read(fd, &out[0], size), 0)));
   return out;
 }
 
@@ -123,7 +123,7 @@ TEST_P(Streams, ClonesAndClosedAnswers) {
   ASSERT_EQ(input->GetDescriptor(&fd, &offset), has_descriptor);
   if (has_descriptor) {
     // Nothing is buffered on a descriptor: its position is the stream's.
-    if (kind() == kSys) { EXPECT_EQ(platform::_lseeki64(fd, 0, 1), 4); }
+    if (kind() == kSys) { EXPECT_EQ(platform::calls.Seek(fd, 0, 1), 4); }
     EXPECT_EQ(offset, kind() == kStored ? data_offset : 0);
     EXPECT_EQ(ReadAt(fd, offset, 10), text);
     ASSERT_EQ(input->Seek(4, 0), 0);

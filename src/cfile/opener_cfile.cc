@@ -1,24 +1,27 @@
 #include "cfile/opener_cfile.h"
 
-#include <memory>
 #include <utility>
 
 #include "cfile/stream_cfile.h"
 
 namespace velm::io {
+namespace {
+
+template <typename Stream>
+Stream* OpenCFile(Opener* opener, const std::string& path, platform::Access access) {
+  BufferedFile file(platform::calls.OpenBuffered(path, access));
+  if (!file) return nullptr;
+  return new Stream(opener, path, StreamCFile(std::move(file)));
+}
+
+}  // namespace
 
 Input* OpenerCFile::OpenInput(const std::string& path) {
-  std::unique_ptr<StreamCFile> stream =
-      CreateStreamCFile(this, OpenStdioFile(path, false), path);
-  if (stream == nullptr) return nullptr;
-  return new InputCFile(std::move(stream));
+  return OpenCFile<InputCFile>(this, path, platform::Access::kRead);
 }
 
 Output* OpenerCFile::OpenOutput(const std::string& path) {
-  std::unique_ptr<StreamCFile> stream =
-      CreateStreamCFile(this, OpenStdioFile(path, true), path);
-  if (stream == nullptr) return nullptr;
-  return new OutputCFile(std::move(stream));
+  return OpenCFile<OutputCFile>(this, path, platform::Access::kWrite);
 }
 
 }  // namespace velm::io

@@ -7,61 +7,42 @@
 #include <memory>
 #include <string>
 
-#include <velm/io/stream>
-
-#include "os/stream_handle.h"
+#include "core/file_stream.h"
+#include "platform/platform.h"
 
 namespace velm::io {
 
-// The state of one file open through the runtime's FILE; InputCFile and
-// OutputCFile forward to it. A null file means closed.
-class StreamCFile final : public Stream {
+struct BufferedFileCloser {
+  // Nothing can be done about a failing close; the FILE is gone either way.
+  void operator()(std::FILE* file) const { platform::calls.CloseBuffered(file); }
+};
+using BufferedFile = std::unique_ptr<std::FILE, BufferedFileCloser>;
+
+// One file open through the runtime's FILE, owned by exactly one InputCFile
+// or OutputCFile. A null file means closed.
+class StreamCFile {
  public:
-  StreamCFile();
-  StreamCFile(const StreamCFile&) = delete;
-  StreamCFile& operator=(const StreamCFile&) = delete;
-  ~StreamCFile() override;
+  // Takes file, and its size found by seeking.
+  explicit StreamCFile(BufferedFile file);
 
-  int64_t Tell() override;
-  int32_t Seek(int64_t offset, int32_t whence) override;
-  int64_t GetSize() const override;
-  bool IsEOF() override;
-  void Close() override;
-  bool IsClosed() const override;
-  const std::string& GetPath() const override;
-  Opener* GetOpener() const override;
-  bool GetDescriptor(int* fd, int64_t* offset) override;
-
+  int64_t Tell();
+  int32_t Seek(int64_t offset, int32_t whence);
+  int64_t GetSize() const { return size_; }
+  bool IsEOF();
+  void Close() { file_.reset(); }
+  bool IsClosed() const { return file_ == nullptr; }
+  bool GetDescriptor(int* fd, int64_t* offset);
   int64_t Read(void* buffer, size_t count);
   int64_t Write(const void* buffer, size_t count);
+  Input* Clone(Opener* opener, const std::string& path) { return ReopenByPath(opener, path); }
 
  private:
-  friend std::unique_ptr<StreamCFile> CreateStreamCFile(
-      Opener* opener, std::FILE* file, const std::string& path);
-
-  std::string path;
-  Opener* opener = nullptr;
-  std::FILE* file = nullptr;
-  int64_t size = 0;
+  BufferedFile file_;
+  int64_t size_ = 0;
 };
 
-class InputCFile final : public InputHandle<StreamCFile> {
- public:
-  using InputHandle::InputHandle;
-};
-
-class OutputCFile final : public OutputHandle<StreamCFile> {
- public:
-  using OutputHandle::OutputHandle;
-};
-
-// The file at path opened "rb", or "wb" when write is true; null on failure.
-std::FILE* OpenStdioFile(const std::string& path, bool write);
-
-// A stream that owns file, with its size found by seeking; null if file is.
-std::unique_ptr<StreamCFile> CreateStreamCFile(Opener* opener,
-                                               std::FILE* file,
-                                               const std::string& path);
+using InputCFile = FileInput<StreamCFile>;
+using OutputCFile = FileOutput<StreamCFile>;
 
 }  // namespace velm::io
 

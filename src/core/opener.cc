@@ -2,6 +2,8 @@
 
 namespace velm::io {
 
+unsigned int LogChannel = 0;
+
 Opener::Opener() = default;
 Opener::Opener(const Opener&) = default;
 Opener& Opener::operator=(const Opener&) = default;

@@ -6,43 +6,41 @@
 #include <memory>
 #include <string>
 
-#include <velm/io/stream>
-
-#include "mmap/viewed_input.h"
+#include "core/file_stream.h"
+#include "core/viewed_input.h"
 
 namespace velm::io {
 
 // Reads a shared read-only view of a whole file; clones share the view. Only
 // dropping the last reference to the view makes a system call: it unmaps it.
-// The position is a plain field.
-class InputMMap final : public Input, public ViewedInput {
+class StreamMMap {
  public:
-  InputMMap(Opener* opener, const std::string& path,
-            std::shared_ptr<char> view, uint64_t size);
-  InputMMap(const InputMMap&) = delete;
-  InputMMap& operator=(const InputMMap&) = delete;
-  ~InputMMap() override;
+  StreamMMap(std::shared_ptr<const char> view, uint64_t size)
+      : view_(std::move(view)), size_(size) {}
 
-  int64_t Tell() override;
-  int32_t Seek(int64_t offset, int32_t whence) override;
-  int64_t GetSize() const override;
-  bool IsEOF() override;
-  void Close() override;
-  bool IsClosed() const override;
-  const std::string& GetPath() const override;
-  Opener* GetOpener() const override;
-  bool GetDescriptor(int* fd, int64_t* offset) override;
-  int64_t Read(void* buffer, size_t count) override;
-  Input* Clone() override;
+  int64_t Tell() { return static_cast<int64_t>(position_); }
+  int32_t Seek(int64_t offset, int32_t whence);
+  int64_t GetSize() const { return static_cast<int64_t>(size_); }
+  bool IsEOF() { return position_ >= size_; }
+  void Close() { view_.reset(); }
+  bool IsClosed() const { return view_ == nullptr; }
+  bool GetDescriptor(int*, int64_t*) { return false; }
+  int64_t Read(void* buffer, size_t count);
+  Input* Clone(Opener* opener, const std::string& path);
 
-  const char* GetView() const override { return view.get(); }
+  const char* view() const { return view_.get(); }
 
  private:
-  std::string path;
-  Opener* opener = nullptr;
-  std::shared_ptr<char> view;
-  uint64_t size = 0;
-  uint64_t position = 0;
+  std::shared_ptr<const char> view_;
+  uint64_t size_;
+  uint64_t position_ = 0;
+};
+
+class InputMMap final : public FileInput<StreamMMap>, public ViewedInput {
+ public:
+  using FileInput::FileInput;
+
+  const char* GetView() const override { return file_.view(); }
 };
 
 }  // namespace velm::io

@@ -1,49 +1,40 @@
 #ifndef VELMIO_MMAP_MAPPED_FILE_CACHE_H_
 #define VELMIO_MMAP_MAPPED_FILE_CACHE_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
+#include <string>
 
-#include "platform/platform.h"
+#include "core/mutex.h"
 
 namespace velm::io {
 
-// Deleter of a shared view: unmaps it, then closes the mapping handle.
-struct MMapDeleter {
-  platform::HANDLE handle = nullptr;
-  void operator()(char* view) const;
+// The views of mapped files, one per path while any input holds it. Keyed
+// by the path as the caller wrote it; the table holds weak references only,
+// so it never keeps a view alive.
+class MappedFileCache {
+ public:
+  // The live view of the file at path, mapping it if no input holds one;
+  // size is its length. Null, logged, when the file cannot be mapped.
+  std::shared_ptr<const char> Acquire(const std::string& path, uint64_t& size);
+
+  std::size_t EntryCount();
+  void Clear();
+
+ private:
+  struct Entry {
+    std::weak_ptr<const char> view;
+    uint64_t size = 0;
+  };
+
+  Mutex lock_;
+  std::map<std::string, Entry> entries_ VELM_GUARDED_BY(lock_);
 };
 
-struct MappedFileEntry {
-  std::weak_ptr<char> view;
-  uint64_t size = 0;
-};
-
-// Keyed by the path exactly as the caller wrote it, in UTF-16; the table
-// holds weak references only, so it never keeps a view alive.
-using MappedFileTable = std::map<platform::WideString, MappedFileEntry>;
-
-// The built-in back-ends are built at load with this priority, the table and
-// then its lock with the next one, and unload destroys them in the reverse
-// order. Only a priority fixes the order between translation units: GNU ld
-// runs them in link order, MinGW in the reverse order.
-inline constexpr int kBuiltinOpenersInitPriority = 102;
-
-extern MappedFileTable MappedFileCache;
-extern std::mutex MappedFileCacheLock;
-
-// The live entry for key, mapping the file if there is none. On success view
-// holds a strong reference and the entry stays valid while it lives; null if
-// the file could not be opened or mapped. A non-null entry with an empty view
-// pointer means the view itself could not be made.
-MappedFileEntry* AcquireMappedFile(const platform::WideString& key,
-                                   std::shared_ptr<char>& view);
-
-// Maps the whole file read-only; the mapping handle, or null.
-platform::HANDLE MapWholeFile(const platform::WCHAR* path, uint64_t& size,
-                              char*& view);
+// The process's one table, made with the built-in back-ends.
+MappedFileCache& MappedFiles();
 
 }  // namespace velm::io
 

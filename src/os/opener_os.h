@@ -31,9 +31,9 @@ class OpenerOS : public Opener {
                  std::vector<std::string>& out) override;
 
  private:
-  OpenerType type;
-  std::string root;
-  std::string name;
+  OpenerType type_;
+  std::string root_;
+  std::string name_;
 };
 
 }  // namespace velm::io

@@ -3,10 +3,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 
 #include <velm/io/stream>
 
+#include "core/mutex.h"
 #include "zip/heap_bytes.h"
 
 namespace velm::io {
@@ -47,13 +47,16 @@ class ArchiveReader {
   // call fails.
   template <typename ReadMore>
   bool Gather(Span& span, uint64_t capacity, uint64_t limit, ReadMore read);
+  // Through the archive's own position, which only this lock moves.
+  void ReadThroughStream(Span& span, uint64_t offset, uint64_t count, uint64_t expected)
+      VELM_REQUIRES(lock_);
 
-  Input* archive;
-  const unsigned char* view = nullptr;
-  int descriptor = -1;
-  int64_t descriptor_base = 0;
-  int64_t size = 0;
-  std::mutex lock;
+  Input* archive_;
+  const unsigned char* view_ = nullptr;
+  int descriptor_ = -1;
+  int64_t descriptor_base_ = 0;
+  int64_t size_ = 0;
+  Mutex lock_;
 };
 
 }  // namespace velm::io

@@ -6,12 +6,7 @@
 #include <memory>
 #include <new>
 
-#include <velm/log/log>
-
 #include "platform/platform.h"
-#include "zip/archive_reader.h"
-#include "zip/input_zip.h"
-#include "zip/opener_zip.h"
 
 namespace velm::io {
 
@@ -107,7 +102,7 @@ InflatedMember InflateMember(const unsigned char* compressed, uint64_t count,
   Resize(member.bytes, room);
   if (room == 0) return member;
   if (room > kLargeOutput) {
-    platform::AdviseLargePages(member.bytes.get(), static_cast<size_t>(room));
+    platform::calls.AdviseLargePages(member.bytes.get(), static_cast<size_t>(room));
   }
   // The whole-buffer inflater needs room for the declared size, which the
   // bound above allows only where the compressed bytes could give it.
@@ -124,36 +119,6 @@ InflatedMember InflateMember(const unsigned char* compressed, uint64_t count,
     Resize(member.bytes, member.held);
   }
   return member;
-}
-
-Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
-  auto stream = std::make_unique<InputZip>(path, this, entry.uncompress_size);
-  // Read without the archive's shared position, so that opens of one archive
-  // may run at once.
-  ArchiveReader::Span compressed;
-  if (entry.uncompress_size > 0) {
-    compressed = reader->Read(entry.offset, entry.compress_size);
-  }
-  InflatedMember member = InflateMember(compressed.bytes, compressed.count,
-                                        entry.uncompress_size);
-  switch (member.result) {
-    case InflateResult::kDone:
-      break;
-    case InflateResult::kDataError:
-      velm::log::LogError(LogChannel, "Z_DATA_ERROR Failed to inflate file %s",
-                          path.c_str());
-      return nullptr;
-    case InflateResult::kInflateError:
-      velm::log::LogError(LogChannel, "Failed to inflate file %s", path.c_str());
-      return nullptr;
-    case InflateResult::kEndError:
-      velm::log::LogError(LogChannel, "Failed to inflateEnd file %s",
-                          path.c_str());
-      return nullptr;
-  }
-  stream->held = member.held;
-  stream->data = std::shared_ptr<const unsigned char>(std::move(member.bytes));
-  return stream.release();
 }
 
 }  // namespace velm::io

@@ -5,48 +5,61 @@
 #include <memory>
 #include <string>
 
-#include <velm/io/stream>
+#include "core/file_stream.h"
 
 namespace velm::io {
 
-class OpenerZip;
-
-// One archive member. Stored: a slice of the archive read through a private
-// Input. Deflated: bytes inflated at open, shared by the stream's clones.
-// With neither, the stream is closed.
-class InputZip final : public Input {
+// A stored member: a slice of the archive read through a private Input.
+class StoredSlice {
  public:
-  InputZip(const std::string& path, OpenerZip* opener, uint64_t size);
-  ~InputZip() override;
-  InputZip(const InputZip&) = delete;
-  InputZip& operator=(const InputZip&) = delete;
+  StoredSlice(std::unique_ptr<Input> slice, uint64_t start, uint64_t size)
+      : slice_(std::move(slice)), start_(start), size_(size) {}
 
-  int64_t Tell() override;
-  int32_t Seek(int64_t offset, int32_t whence) override;
-  int64_t GetSize() const override;
-  bool IsEOF() override;
-  void Close() override;
-  bool IsClosed() const override;
-  const std::string& GetPath() const override;
-  Opener* GetOpener() const override;
-  bool GetDescriptor(int* fd, int64_t* offset) override;
-  int64_t Read(void* buffer, size_t count) override;
-  Input* Clone() override;
+  int64_t Tell();
+  int32_t Seek(int64_t offset, int32_t whence);
+  int64_t GetSize() const { return static_cast<int64_t>(size_); }
+  bool IsEOF();
+  void Close() { slice_.reset(); }
+  bool IsClosed() const { return slice_ == nullptr; }
+  bool GetDescriptor(int* fd, int64_t* offset);
+  int64_t Read(void* buffer, size_t count);
+  // A new open of the member through its archive.
+  Input* Clone(Opener* opener, const std::string& path);
 
  private:
-  friend class OpenerZip;
-
-  std::string path;
-  OpenerZip* opener;
-  uint64_t size;
-  uint64_t start = 0;     // stored: the member's offset in the archive
-  uint64_t position = 0;  // deflated: the read position
-  // Deflated: how many bytes of data inflating produced. The member reads on
-  // as zeros behind them, up to size.
-  uint64_t held = 0;
-  std::shared_ptr<const unsigned char> data;
-  std::unique_ptr<Input> slice;
+  std::unique_ptr<Input> slice_;
+  uint64_t start_;  // the member's offset in the archive
+  uint64_t size_;
 };
+
+// A deflated member: bytes inflated at open, shared by the stream's clones.
+// Inflating produced held of them; the member reads on as zeros behind them,
+// up to its size.
+class InflatedBytes {
+ public:
+  InflatedBytes(std::shared_ptr<const unsigned char> data, uint64_t held, uint64_t size)
+      : data_(std::move(data)), held_(held), size_(size) {}
+
+  int64_t Tell() { return data_ ? static_cast<int64_t>(position_) : 0; }
+  int32_t Seek(int64_t offset, int32_t whence);
+  int64_t GetSize() const { return static_cast<int64_t>(size_); }
+  bool IsEOF() { return !data_ || position_ >= size_; }
+  // Drops this stream's reference only; clones keep the bytes alive.
+  void Close() { data_.reset(); }
+  bool IsClosed() const { return data_ == nullptr; }
+  bool GetDescriptor(int*, int64_t*) { return false; }
+  int64_t Read(void* buffer, size_t count);
+  Input* Clone(Opener* opener, const std::string& path);
+
+ private:
+  std::shared_ptr<const unsigned char> data_;
+  uint64_t held_;
+  uint64_t size_;
+  uint64_t position_ = 0;
+};
+
+using InputZipStored = FileInput<StoredSlice>;
+using InputZipInflated = FileInput<InflatedBytes>;
 
 }  // namespace velm::io
 

@@ -6,6 +6,7 @@
 
 #include <velm/log/log>
 
+#include "zip/inflate_member.h"
 #include "zip/input_zip.h"
 
 namespace velm::io {
@@ -186,14 +187,39 @@ Input* OpenerZip::OpenInput(const std::string& path) {
 }
 
 Input* OpenerZip::OpenStored(const std::string& path, const ZipEntry& entry) {
-  auto stream = std::make_unique<InputZip>(path, this, entry.uncompress_size);
-  stream->start = entry.offset;
   std::unique_ptr<Input> slice(reader->CloneArchive());
   if (!slice) return nullptr;
   // A refused seek shows itself in the slice's Tell, which bounds every Read.
-  slice->Seek(static_cast<int64_t>(stream->start), 0);
-  stream->slice = std::move(slice);
-  return stream.release();
+  slice->Seek(static_cast<int64_t>(entry.offset), 0);
+  return new InputZipStored(this, path,
+                            StoredSlice(std::move(slice), entry.offset, entry.uncompress_size));
+}
+
+Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
+  // Read without the archive's shared position, so that opens of one archive
+  // may run at once.
+  ArchiveReader::Span compressed;
+  if (entry.uncompress_size > 0) compressed = reader->Read(entry.offset, entry.compress_size);
+  InflatedMember member =
+      InflateMember(compressed.bytes, compressed.count, entry.uncompress_size);
+  switch (member.result) {
+    case InflateResult::kDone:
+      break;
+    case InflateResult::kDataError:
+      log::LogError(LogChannel, "Z_DATA_ERROR Failed to inflate file %s", path.c_str());
+      return nullptr;
+    case InflateResult::kInflateError:
+      log::LogError(LogChannel, "Failed to inflate file %s", path.c_str());
+      return nullptr;
+    case InflateResult::kEndError:
+      log::LogError(LogChannel, "Failed to inflateEnd file %s", path.c_str());
+      return nullptr;
+  }
+  const uint64_t held = member.held;
+  return new InputZipInflated(
+      this, path,
+      InflatedBytes(std::shared_ptr<const unsigned char>(std::move(member.bytes)), held,
+                    entry.uncompress_size));
 }
 
 OpenerType OpenerZip::GetType() const { return OpenerTypeZip; }

@@ -75,7 +75,7 @@ int64_t OpenerZip::GetModifiedTime(const std::string& path) {
   time.tm_mday = entry.dos_date & 0x1f;
   time.tm_mon = ((entry.dos_date >> 5) & 0x0f) - 1;
   time.tm_year = ((entry.dos_date >> 9) & 0x7f) + 80;
-  return static_cast<int64_t>(platform::_mktime64(&time));
+  return static_cast<int64_t>(platform::calls.LocalTime(&time));
 }
 
 void OpenerZip::List(const std::string& path, std::vector<std::string>& out) {

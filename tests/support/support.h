@@ -99,10 +99,8 @@ inline int DescriptorMark() {
   if (!error) return count;
   static TempDir dir;
   static const std::string probe = (WriteFile(dir.Join("probe"), ""), dir.Join("probe"));
-  int fd = -1;
-  platform::_wsopen_s(&fd, platform::WideString(probe.begin(), probe.end()).c_str(), _O_RDONLY | _O_BINARY,
-                      _SH_DENYNO, 0);
-  if (fd != -1) platform::_close(fd);
+  const int fd = platform::calls.Open(probe, platform::Access::kRead);
+  if (fd != -1) platform::calls.Close(fd);
   return fd;
 }
 
@@ -223,12 +221,12 @@ inline std::string Dump(io::Opener* zip) {
   return Joined(files);
 }
 
-// _mktime64 of a local wall-clock time, as DOS times are read.
+// Seconds of a local wall-clock time, as DOS times are read.
 inline int64_t LocalTime(int year, int month, int day, int hour, int minute, int second) {
   std::tm tm = {};
   tm.tm_year = year - 1900, tm.tm_mon = month - 1, tm.tm_mday = day;
   tm.tm_hour = hour, tm.tm_min = minute, tm.tm_sec = second;
-  return platform::_mktime64(&tm);
+  return platform::calls.LocalTime(&tm);
 }
 
 }  // namespace velm::test

@@ -1,19 +1,14 @@
-// Text on its way to and from the system, and the logging stand-in.
+// UTF-16 on its way to and from the Windows calls.
 #include <algorithm>
 
-#include <velm/log/log>
-
-#include "os/utf8_path.h"
-#include "os/wide_path.h"
+#include "platform/windows/wide_text.h"
 #include "support/support.h"
 
-namespace velm::io {
+namespace velm::platform {
 namespace {
 
-using namespace test;
-
-using platform::WCHAR;
-using platform::WideString;
+using WCHAR = wchar_t;
+using WideString = std::wstring;
 constexpr WCHAR R = 0xFFFD;  // the replacement character
 
 template <typename Text>
@@ -81,30 +76,5 @@ TEST(TextConversion, MalformedAndOverlongBecomeReplacementCharacters) {
   EXPECT_EQ(platform::kPathSeparator, static_cast<char>(fs::path::preferred_separator));
 }
 
-void Store(void* context, unsigned int channel, int level, bool is_error, const char* message) {
-  *static_cast<std::string*>(context) =
-      std::to_string(channel) + " " + std::to_string(level) + (is_error ? " error " : " ") + message;
-}
-
-TEST(Logging, LinesOfEveryLengthAndTheDefaultSink) {
-  std::string last;
-  log::SetSink(Store, &last);
-  for (size_t length : {0u, 505u, 506u, 2000u}) {  // 506 + 6 fills 512 bytes
-    const std::string text(length, 'x');
-    log::Log(3, -1, "%s %d", text.c_str(), 12345);
-    EXPECT_EQ(last, "3 -1 " + text + " 12345") << length;
-  }
-  log::LogError(4, "bad %s", "thing");
-  EXPECT_EQ(last, "4 0 error bad thing") << "an error of level 0";
-  // The default sink drops detail and writes the rest to stderr.
-  log::SetSink(nullptr, &last);
-  testing::internal::CaptureStderr();
-  log::Log(5, -1, "detail"), log::Log(5, 0, "note"), log::LogError(5, "failure %d", 9);
-  const std::string written = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(written.find("detail"), std::string::npos) << written;
-  EXPECT_TRUE(written.find("note") != std::string::npos && written.find("failure 9") != std::string::npos);
-  EXPECT_EQ(last, "4 0 error bad thing") << "the old sink is gone";
-}
-
 }  // namespace
-}  // namespace velm::io
+}  // namespace velm::platform

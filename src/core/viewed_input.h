@@ -1,5 +1,5 @@
-#ifndef VELMIO_MMAP_VIEWED_INPUT_H_
-#define VELMIO_MMAP_VIEWED_INPUT_H_
+#ifndef VELMIO_CORE_VIEWED_INPUT_H_
+#define VELMIO_CORE_VIEWED_INPUT_H_
 
 namespace velm::io {
 
@@ -22,4 +22,4 @@ class ViewedInput {
 
 }  // namespace velm::io
 
-#endif  // VELMIO_MMAP_VIEWED_INPUT_H_
+#endif  // VELMIO_CORE_VIEWED_INPUT_H_

@@ -1,5 +1,5 @@
-#ifndef VELMIO_OS_OPENER_SYS_H_
-#define VELMIO_OS_OPENER_SYS_H_
+#ifndef VELMIO_SYS_OPENER_SYS_H_
+#define VELMIO_SYS_OPENER_SYS_H_
 
 #include <string>
 
@@ -17,4 +17,4 @@ class OpenerSys final : public OpenerOS {
 
 }  // namespace velm::io
 
-#endif  // VELMIO_OS_OPENER_SYS_H_
+#endif  // VELMIO_SYS_OPENER_SYS_H_

@@ -6,20 +6,23 @@
 #include "cfile/opener_cfile.h"
 #include "mmap/mapped_file_cache.h"
 #include "mmap/opener_mmap.h"
-#include "os/opener_sys.h"
+#include "sys/opener_sys.h"
 
 namespace velm::io {
-
-unsigned int LogChannel = 0;
-
-// Built in this order, before the mapped-file table and its lock; unload
-// runs it backwards.
 namespace {
-OpenerSys sys_opener __attribute__((init_priority(kBuiltinOpenersInitPriority)));
-OpenerCFile cfile_opener
-    __attribute__((init_priority(kBuiltinOpenersInitPriority)));
-OpenerMMap mmap_opener __attribute__((init_priority(kBuiltinOpenersInitPriority)));
+
+// The library's only objects with constructors, in the one order that matters:
+// the three back-ends, then the table of mapped files. Objects of one file
+// are built in the order they stand and destroyed in the reverse order, so
+// at unload the table goes first and a view still held unmaps after it.
+OpenerSys sys_opener;
+OpenerCFile cfile_opener;
+OpenerMMap mmap_opener;
+MappedFileCache mapped_files;
+
 }  // namespace
+
+MappedFileCache& MappedFiles() { return mapped_files; }
 
 Opener* GetOpener(OpenerType type) {
   switch (static_cast<int>(type)) {
@@ -39,9 +42,9 @@ bool IsBuiltinOpener(int type) { return type < 6; }
 bool IsBuiltinOpener(const std::string& name) {
   // Filled inside the guarded initialisation, so even the first call is safe
   // from any thread.
-  static const std::unordered_set<std::string> builtinNames = {
+  static const std::unordered_set<std::string> kBuiltinNames = {
       "os", "cfile", "sys", "mmap", "asset", "obb", "patch_obb", "fios2"};
-  return builtinNames.count(name) != 0;
+  return kBuiltinNames.count(name) != 0;
 }
 
 }  // namespace velm::io

@@ -1,0 +1,42 @@
+#ifndef VELMIO_SYS_STREAM_SYS_H_
+#define VELMIO_SYS_STREAM_SYS_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "core/file_stream.h"
+#include "platform/descriptor.h"
+
+namespace velm::io {
+
+// One file open on a descriptor, owned by exactly one InputSys or OutputSys.
+// No buffering: each Read or Write is one call of the system.
+class StreamSys {
+ public:
+  StreamSys(platform::Descriptor descriptor, int64_t size)
+      : descriptor_(std::move(descriptor)), size_(size) {}
+
+  int64_t Tell();
+  int32_t Seek(int64_t offset, int32_t whence);
+  int64_t GetSize() const { return size_; }
+  bool IsEOF();
+  // Nothing is buffered, so a failing close loses nothing to report.
+  void Close() { descriptor_.reset(); }
+  bool IsClosed() const { return !descriptor_; }
+  bool GetDescriptor(int* fd, int64_t* offset);
+  int64_t Read(void* buffer, size_t count);
+  int64_t Write(const void* buffer, size_t count);
+  Input* Clone(Opener* opener, const std::string& path) { return ReopenByPath(opener, path); }
+
+ private:
+  platform::Descriptor descriptor_;
+  int64_t size_;
+};
+
+using InputSys = FileInput<StreamSys>;
+using OutputSys = FileOutput<StreamSys>;
+
+}  // namespace velm::io
+
+#endif  // VELMIO_SYS_STREAM_SYS_H_
