@@ -55,7 +55,8 @@ struct MappedView {
 };
 
 // Pure text: whether path is relative by the rule of this platform (Linux: it
-// does not begin with a separator; Windows: neither a separator nor a drive).
+// does not begin with a separator; Windows: it begins with neither '\\' nor
+// a drive).
 bool IsRelativePath(const std::string& path);
 
 struct Calls {

@@ -4,7 +4,7 @@
 #include "platform/windows/wide_text.h"
 #include "support/support.h"
 
-namespace velm::platform {
+namespace velm::platform::windows {
 namespace {
 
 using WCHAR = wchar_t;
@@ -19,13 +19,13 @@ void ExpectWide(const std::string& source, const WideString& expected) {
   WidePath wide(source.c_str());
   EXPECT_EQ(WideString(wide.text), expected);
   EXPECT_TRUE(wide.text[expected.size()] == 0 && wide.text[expected.size() + 1] == 0);
-  EXPECT_EQ(wide.text == wide.buffer, expected.size() <= 511) << expected.size();
+  EXPECT_EQ(wide.IsInline(), expected.size() <= 511) << expected.size();
 }
 
 void ExpectUtf8(const WideString& source, const std::string& expected) {
   Utf8Path utf8(source.c_str());
   EXPECT_EQ(std::string(utf8.text), expected);
-  EXPECT_EQ(utf8.text == utf8.buffer, expected.size() <= 511) << expected.size();
+  EXPECT_EQ(utf8.IsInline(), expected.size() <= 511) << expected.size();
 }
 
 TEST(WidePath, EveryLengthKeepsTheDoubleNulAndMovesToTheHeapBeyond511Units) {
@@ -77,4 +77,4 @@ TEST(TextConversion, MalformedAndOverlongBecomeReplacementCharacters) {
 }
 
 }  // namespace
-}  // namespace velm::platform
+}  // namespace velm::platform::windows

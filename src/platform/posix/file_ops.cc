@@ -81,7 +81,8 @@ bool RemoveTree(const std::string& path) {
 bool ListDirectory(const std::string& directory, std::vector<DirectoryEntry>& out) {
   std::string native;
   if (!posix::ToNative(directory, native)) return false;
-  std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(native.empty() ? "." : native.c_str()),
+  // An empty directory name is taken as the root, as Windows takes "\\*".
+  std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(native.empty() ? "/" : native.c_str()),
                                               &::closedir);
   if (stream == nullptr) return false;
   const std::size_t first = out.size();

@@ -1,0 +1,38 @@
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "platform/native.h"
+#include "platform/platform.h"
+#include "platform/windows/wide_text.h"
+
+namespace velm::platform::native {
+
+std::FILE* OpenBuffered(const std::string& path, Access access) {
+  windows::WidePath wide(path);
+  if (wide.IsRefused()) return nullptr;
+  return _wfopen(wide.text, access == Access::kWrite ? L"wb" : L"rb");
+}
+
+std::size_t ReadBuffered(std::FILE* file, void* buffer, std::size_t count) {
+  return std::fread(buffer, 1, count, file);
+}
+
+std::size_t WriteBuffered(std::FILE* file, const void* buffer,
+                          std::size_t count) {
+  return std::fwrite(buffer, 1, count, file);
+}
+
+int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {
+  // The Microsoft runtime ends the process on any other whence.
+  if (whence != SEEK_SET && whence != SEEK_CUR && whence != SEEK_END) return -1;
+  return _fseeki64(file, offset, whence);
+}
+
+std::int64_t TellBuffered(std::FILE* file) { return _ftelli64(file); }
+
+int BufferedDescriptor(std::FILE* file) { return _fileno(file); }
+
+bool CloseBuffered(std::FILE* file) { return std::fclose(file) == 0; }
+
+}  // namespace velm::platform::native
