@@ -22,10 +22,8 @@ using Bytes = std::shared_ptr<const std::string>;
 // ends differently on each.
 class MemoryInput final : public velm::io::Input {
  public:
-  MemoryInput(Bytes bytes, velm::io::Opener* opener, const std::string& path,
-              bool seek_past_end)
-      : bytes_(std::move(bytes)), opener_(opener), path_(path),
-        seek_past_end_(seek_past_end) {}
+  MemoryInput(Bytes bytes, velm::io::Opener* opener, const std::string& path, bool seek_past_end)
+      : bytes_(std::move(bytes)), opener_(opener), path_(path), seek_past_end_(seek_past_end) {}
 
   int64_t Tell() override { return closed_ ? 0 : position_; }
   int32_t Seek(int64_t offset, int32_t whence) override {
@@ -37,9 +35,7 @@ class MemoryInput final : public velm::io::Input {
     position_ = base + offset;
     return 0;
   }
-  int64_t GetSize() const override {
-    return static_cast<int64_t>(bytes_->size());
-  }
+  int64_t GetSize() const override { return static_cast<int64_t>(bytes_->size()); }
   bool IsEOF() override { return closed_ || position_ >= GetSize(); }
   void Close() override { closed_ = true; }
   bool IsClosed() const override { return closed_; }
@@ -77,9 +73,7 @@ class MemoryOpener final : public velm::io::Opener {
         seek_past_end_(seek_past_end) {}
 
   // Numbers from 6 on are free for a host's own back-ends.
-  velm::io::OpenerType GetType() const override {
-    return static_cast<velm::io::OpenerType>(6);
-  }
+  velm::io::OpenerType GetType() const override { return static_cast<velm::io::OpenerType>(6); }
   velm::io::Input* OpenInput(const std::string& path) override {
     if (!IsFile(path)) return nullptr;
     return new MemoryInput(bytes_, this, name_, seek_past_end_);
@@ -105,8 +99,7 @@ class MemoryOpener final : public velm::io::Opener {
   void List(const std::string& path, std::vector<std::string>& out) override {
     if (IsDirectory(path)) out.push_back(name_);
   }
-  void ListFiles(const std::string& path, bool,
-                 std::vector<std::string>& out) override {
+  void ListFiles(const std::string& path, bool, std::vector<std::string>& out) override {
     List(path, out);
   }
 

@@ -21,16 +21,14 @@ bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 bool IsValidUtf8(const std::string& text) {
   for (size_t i = 0; i < text.size();) {
     const unsigned char c = static_cast<unsigned char>(text[i]);
-    size_t length = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3
-                  : (c >> 3) == 30 ? 4 : 0;
-    if (c == 0 || length == 0 || (length == 2 && c < 0xC2) ||
-        i + length > text.size())
+    size_t length = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
+    if (c == 0 || length == 0 || (length == 2 && c < 0xC2) || i + length > text.size())
       return false;
     for (size_t k = 1; k < length; ++k)
       if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) return false;
     const unsigned char next = length > 1 ? text[i + 1] : 0;
-    if ((c == 0xE0 && next < 0xA0) || (c == 0xED && next >= 0xA0) ||
-        (c == 0xF0 && next < 0x90) || (c == 0xF4 && next >= 0x90) || c > 0xF4)
+    if ((c == 0xE0 && next < 0xA0) || (c == 0xED && next >= 0xA0) || (c == 0xF0 && next < 0x90) ||
+        (c == 0xF4 && next >= 0x90) || c > 0xF4)
       return false;
     i += length;
   }
@@ -47,27 +45,52 @@ std::string BuildPath(const uint8_t* data, size_t size, size_t current_bytes) {
     const uint8_t op = data[i];
     const uint8_t arg = i + 1 < size ? data[i + 1] : 0;
     switch (op % 12) {
-      case 0: path += '/'; break;
-      case 1: path += '\\'; break;
-      case 2: path += '.'; break;
-      case 3: path += ".."; break;
-      case 4: path += "..."; break;
-      case 5: path.append(1 + arg % 16, static_cast<char>('a' + arg % 26)); ++i; break;
-      case 6: path += "\xC3\xA9"; break;
-      case 7: path += "\xF0\x9F\x98\x80"; break;
-      case 8: path += "\xFF"; break;  // no UTF-8; Linux names may hold it
+      case 0:
+        path += '/';
+        break;
+      case 1:
+        path += '\\';
+        break;
+      case 2:
+        path += '.';
+        break;
+      case 3:
+        path += "..";
+        break;
+      case 4:
+        path += "...";
+        break;
+      case 5:
+        path.append(1 + arg % 16, static_cast<char>('a' + arg % 26));
+        ++i;
+        break;
+      case 6:
+        path += "\xC3\xA9";
+        break;
+      case 7:
+        path += "\xF0\x9F\x98\x80";
+        break;
+      case 8:
+        path += "\xFF";
+        break;  // no UTF-8; Linux names may hold it
       case 9: {
         // Pads to a target length of the path itself or of its joined form.
         size_t target = kTargets[arg % std::size(kTargets)];
-        const bool joined = (arg / std::size(kTargets)) % 2 == 1 &&
-                            !path.empty() && !IsSeparator(path[0]);
+        const bool joined =
+            (arg / std::size(kTargets)) % 2 == 1 && !path.empty() && !IsSeparator(path[0]);
         if (joined) target = target > current_bytes + 1 ? target - current_bytes - 1 : 0;
         if (target > path.size()) path.append(target - path.size(), 'p');
         ++i;
         break;
       }
-      case 10: path += static_cast<char>(arg); ++i; break;
-      default: path += IsSeparator(static_cast<char>(arg)) ? "//" : "\\\\"; ++i; break;
+      case 10:
+        path += static_cast<char>(arg);
+        ++i;
+        break;
+      default:
+        path += IsSeparator(static_cast<char>(arg)) ? "//" : "\\\\";
+        ++i;
+        break;
     }
   }
   return path;
@@ -95,10 +118,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   if (size == 0) return 0;
   // The first byte chooses between raw bytes and a built path.
-  const std::string path =
-      data[0] % 4 == 0
-          ? std::string(reinterpret_cast<const char*>(data + 1), size - 1)
-          : BuildPath(data + 1, size - 1, kCurrent.size());
+  const std::string path = data[0] % 4 == 0
+                               ? std::string(reinterpret_cast<const char*>(data + 1), size - 1)
+                               : BuildPath(data + 1, size - 1, kCurrent.size());
 
   velm::io::Opener* sys = GetOpener(velm::io::OpenerTypeSys);
   const std::string previous = "\x01previous";

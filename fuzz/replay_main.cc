@@ -22,12 +22,10 @@ bool Replay(const fs::path& path) {
     std::fprintf(stderr, "cannot read %s\n", path.string().c_str());
     return false;
   }
-  std::vector<char> bytes((std::istreambuf_iterator<char>(file)),
-                          std::istreambuf_iterator<char>());
+  std::vector<char> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   static const uint8_t kNone = 0;
-  LLVMFuzzerTestOneInput(
-      bytes.empty() ? &kNone : reinterpret_cast<const uint8_t*>(bytes.data()),
-      bytes.size());
+  LLVMFuzzerTestOneInput(bytes.empty() ? &kNone : reinterpret_cast<const uint8_t*>(bytes.data()),
+                         bytes.size());
   return true;
 }
 
@@ -47,8 +45,7 @@ int main(int argc, char** argv) {
     std::error_code error;
     if (fs::is_directory(argument, error)) {
       for (const auto& entry : fs::recursive_directory_iterator(argument))
-        if (entry.is_regular_file() && IsInput(entry.path()))
-          inputs.push_back(entry.path());
+        if (entry.is_regular_file() && IsInput(entry.path())) inputs.push_back(entry.path());
     } else if (fs::exists(argument, error)) {
       inputs.push_back(argument);
     } else {

@@ -58,8 +58,8 @@ int64_t ReadOn(Input& input, int64_t cap, std::string* head) {
   int64_t total = 0;
   const int64_t start = input.Tell();
   for (size_t turn = 0; total < cap; ++turn) {
-    const size_t want = static_cast<size_t>(
-        std::min<int64_t>(kChunks[turn % std::size(kChunks)], cap - total));
+    const size_t want =
+        static_cast<size_t>(std::min<int64_t>(kChunks[turn % std::size(kChunks)], cap - total));
     const int64_t got = input.Read(buffer, want);
     FUZZ_CHECK(got >= 0 && static_cast<uint64_t>(got) <= want);
     if (got == 0 && want > 0) break;  // the end, or a truncated archive
@@ -103,8 +103,7 @@ void CheckSeeks(Input& input, const std::string& head) {
   Refused(input, kMin, 1);
   Refused(input, kMin, 2);
   Refused(input, kMax, 0);
-  for (int32_t whence : {3, -1, 7, std::numeric_limits<int32_t>::min()})
-    Refused(input, 0, whence);
+  for (int32_t whence : {3, -1, 7, std::numeric_limits<int32_t>::min()}) Refused(input, 0, whence);
 
   // Bytes read after a seek are the bytes at that place.
   const int64_t middle = static_cast<int64_t>(head.size()) / 3;
@@ -186,16 +185,13 @@ void Query(Archive& archive, const std::string& path) {
   if (!valid) FUZZ_CHECK(listed.size() == 1);
 
   FUZZ_CHECK(zip.OpenOutput(path) == nullptr);
-  FUZZ_CHECK(!zip.CreateDirectories(path) && !zip.RemoveFile(path) &&
-             !zip.RemoveDirectory(path));
+  FUZZ_CHECK(!zip.CreateDirectories(path) && !zip.RemoveFile(path) && !zip.RemoveDirectory(path));
 
   if (!valid) {
     FUZZ_CHECK(std::unique_ptr<Input>(zip.OpenInput(path)) == nullptr);
     return;
   }
-  if (archive.opened.count(standard) != 0 ||
-      archive.budget.declared >= kDeclaredBudget)
-    return;
+  if (archive.opened.count(standard) != 0 || archive.budget.declared >= kDeclaredBudget) return;
   archive.opened.insert(standard);
   std::unique_ptr<Input> input(zip.OpenInput(path));
   if (input) {
@@ -209,12 +205,25 @@ void Query(Archive& archive, const std::string& path) {
 // Paths no archive may let through, and odd spellings of real names. Paths
 // longer than any name (65,535 bytes) cost more than the rest of a run, so
 // only one input in 16 tries them.
-std::vector<std::string> HostilePaths(const std::vector<std::string>& names,
-                                      bool long_paths) {
-  std::vector<std::string> paths = {
-      "", "/", "//", ".", "..", "./", "../x", "./..", "a/../..", "a\\b", "\\",
-      "C:/x", "fuzz.zip://x", "a b", "\t", std::string("a\0b", 3),
-      std::string(1, '\0'), "\xff\xfe"};
+std::vector<std::string> HostilePaths(const std::vector<std::string>& names, bool long_paths) {
+  std::vector<std::string> paths = {"",
+                                    "/",
+                                    "//",
+                                    ".",
+                                    "..",
+                                    "./",
+                                    "../x",
+                                    "./..",
+                                    "a/../..",
+                                    "a\\b",
+                                    "\\",
+                                    "C:/x",
+                                    "fuzz.zip://x",
+                                    "a b",
+                                    "\t",
+                                    std::string("a\0b", 3),
+                                    std::string(1, '\0'),
+                                    "\xff\xfe"};
   if (long_paths) {
     paths.push_back(std::string(65537, 'a'));
     std::string deep;
@@ -228,8 +237,8 @@ std::vector<std::string> HostilePaths(const std::vector<std::string>& names,
     const std::string& name = names[i];
     std::string backslashes = name;
     std::replace(backslashes.begin(), backslashes.end(), '/', '\\');
-    paths.insert(paths.end(), {name + "/", "/" + name, name + "/..",
-                               "../" + name, name + "/.", backslashes});
+    paths.insert(paths.end(),
+                 {name + "/", "/" + name, name + "/..", "../" + name, name + "/.", backslashes});
   }
   return paths;
 }
@@ -252,13 +261,11 @@ void Exercise(Opener& zip, Budget& budget, int depth, bool long_paths) {
 
   std::vector<std::string> members;
   zip.ListFiles("", true, members);
-  for (const std::string& name : members)
-    FUZZ_CHECK(name.empty() || name.back() != '/');
+  for (const std::string& name : members) FUZZ_CHECK(name.empty() || name.back() != '/');
 
   // The tree as List shows it, directory by directory.
   std::deque<std::string> directories = {""};
-  for (size_t visited = 0; !directories.empty() && visited < kMaxDirectories;
-       ++visited) {
+  for (size_t visited = 0; !directories.empty() && visited < kMaxDirectories; ++visited) {
     std::vector<std::string> children;
     zip.List(directories.front(), children);
     directories.pop_front();
@@ -274,8 +281,7 @@ void Exercise(Opener& zip, Budget& budget, int depth, bool long_paths) {
   if (members.size() > kMaxMembers) members.resize(kMaxMembers);
   for (const std::string& name : members) Query(archive, name);
   if (depth == 0) {
-    for (const std::string& path : HostilePaths(members, long_paths))
-      Query(archive, path);
+    for (const std::string& path : HostilePaths(members, long_paths)) Query(archive, path);
     for (size_t i = 0; i < archive.nestable.size() && i < 2; ++i)
       LoadNested(zip, budget, archive.nestable[i]);
   }
@@ -289,8 +295,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool kQuiet = (velm::log::SetSink(Drop, nullptr), true);
   (void)kQuiet;
   // Odd sizes are read as the mapped back-end would, even ones as the others.
-  fuzz::MemoryOpener host(kArchiveName,
-                          std::string(reinterpret_cast<const char*>(data), size),
+  fuzz::MemoryOpener host(kArchiveName, std::string(reinterpret_cast<const char*>(data), size),
                           size % 2 == 0);
   FUZZ_CHECK(velm::io::LoadZip("../fuzz.zip", &host) == nullptr);
   FUZZ_CHECK(velm::io::LoadZip("missing.zip", &host) == nullptr);

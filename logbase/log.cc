@@ -10,18 +10,15 @@ namespace {
 // Detail lines (level below 0) are for hosts that ask for them with a sink.
 bool DefaultSinkDrops(int level, bool is_error) { return !is_error && level < 0; }
 
-void DefaultSink(void*, unsigned int channel, int level, bool is_error,
-                 const char* message) {
+void DefaultSink(void*, unsigned int channel, int level, bool is_error, const char* message) {
   if (DefaultSinkDrops(level, is_error)) return;
-  std::fprintf(stderr, "[%u]%s %s\n", channel, is_error ? " error:" : "",
-               message);
+  std::fprintf(stderr, "[%u]%s %s\n", channel, is_error ? " error:" : "", message);
 }
 
 Sink g_sink = DefaultSink;
 void* g_context = nullptr;
 
-void Emit(unsigned int channel, int level, bool is_error, const char* format,
-          va_list args) {
+void Emit(unsigned int channel, int level, bool is_error, const char* format, va_list args) {
   // The default sink drops these; formatting them would be wasted.
   if (g_sink == DefaultSink && DefaultSinkDrops(level, is_error)) return;
   char inline_text[512];

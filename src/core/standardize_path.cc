@@ -7,8 +7,15 @@ namespace {
 
 bool IsRejected(unsigned char byte) {
   switch (byte) {
-    case 0x09: case 0x0A: case 0x0D: case 0x20: case 0x22:
-    case 0x27: case 0x3A: case 0x3C: case 0x3E:
+    case 0x09:
+    case 0x0A:
+    case 0x0D:
+    case 0x20:
+    case 0x22:
+    case 0x27:
+    case 0x3A:
+    case 0x3C:
+    case 0x3E:
       return true;
     default:
       return false;

@@ -1,7 +1,7 @@
 #include "mmap/input_mmap.h"
 
-#include <cstdio>
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace velm::io {

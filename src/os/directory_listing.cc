@@ -13,8 +13,8 @@ bool IsDotOrDotDot(const std::string& name) { return name == "." || name == ".."
 
 // Adds the files of base (of base/sub when sub is not empty) to out, named
 // relative to base. With pending given, queues the sub-directories found.
-void ScanDirectory(const std::string& base, const std::string& sub,
-                   std::vector<std::string>& out, std::queue<std::string>* pending) {
+void ScanDirectory(const std::string& base, const std::string& sub, std::vector<std::string>& out,
+                   std::queue<std::string>* pending) {
   const std::string prefix = sub.empty() ? sub : sub + platform::kPathSeparator;
   std::vector<platform::DirectoryEntry> entries;
   if (!platform::calls.ListDirectory(sub.empty() ? base : base + platform::kPathSeparator + sub,
@@ -44,8 +44,7 @@ void OpenerOS::List(const std::string& path, std::vector<std::string>& out) {
   }
 }
 
-void OpenerOS::ListFiles(const std::string& path, bool recursive,
-                         std::vector<std::string>& out) {
+void OpenerOS::ListFiles(const std::string& path, bool recursive, std::vector<std::string>& out) {
   if (!recursive) {
     ScanDirectory(path, std::string(), out, nullptr);
     return;

@@ -37,8 +37,6 @@ bool OpenerOS::CreateDirectories(const std::string& path) {
 
 bool OpenerOS::RemoveFile(const std::string& path) { return platform::calls.RemoveFile(path); }
 
-bool OpenerOS::RemoveDirectory(const std::string& path) {
-  return platform::calls.RemoveTree(path);
-}
+bool OpenerOS::RemoveDirectory(const std::string& path) { return platform::calls.RemoveTree(path); }
 
 }  // namespace velm::io

@@ -27,8 +27,7 @@ class OpenerOS : public Opener {
   bool RemoveFile(const std::string& path) override;
   bool RemoveDirectory(const std::string& path) override;
   void List(const std::string& path, std::vector<std::string>& out) override;
-  void ListFiles(const std::string& path, bool recursive,
-                 std::vector<std::string>& out) override;
+  void ListFiles(const std::string& path, bool recursive, std::vector<std::string>& out) override;
 
  private:
   OpenerType type_;

@@ -76,8 +76,7 @@ struct Calls {
   bool (*RemoveTree)(const std::string& path);
   // Appends the entries of directory, "." and ".." included; false if it
   // cannot be read, with out as it was.
-  bool (*ListDirectory)(const std::string& directory,
-                        std::vector<DirectoryEntry>& out);
+  bool (*ListDirectory)(const std::string& directory, std::vector<DirectoryEntry>& out);
 
   // Files on descriptors. Open gives a descriptor or -1; writing creates or
   // empties the file. Seek gives the new position or -1; Read, ReadAt and
@@ -87,16 +86,14 @@ struct Calls {
   bool (*SizeOf)(int descriptor, std::int64_t& size);
   std::int64_t (*Seek)(int descriptor, std::int64_t offset, int whence);
   std::int64_t (*Read)(int descriptor, void* buffer, std::size_t count);
-  std::int64_t (*ReadAt)(int descriptor, void* buffer, std::size_t count,
-                         std::int64_t offset);
+  std::int64_t (*ReadAt)(int descriptor, void* buffer, std::size_t count, std::int64_t offset);
   std::int64_t (*Write)(int descriptor, const void* buffer, std::size_t count);
   bool (*Close)(int descriptor);
 
   // Files through the runtime's buffered FILE, opened "rb" or "wb".
   std::FILE* (*OpenBuffered)(const std::string& path, Access access);
   std::size_t (*ReadBuffered)(std::FILE* file, void* buffer, std::size_t count);
-  std::size_t (*WriteBuffered)(std::FILE* file, const void* buffer,
-                               std::size_t count);
+  std::size_t (*WriteBuffered)(std::FILE* file, const void* buffer, std::size_t count);
   int (*SeekBuffered)(std::FILE* file, std::int64_t offset, int whence);
   std::int64_t (*TellBuffered)(std::FILE* file);
   int (*BufferedDescriptor)(std::FILE* file);

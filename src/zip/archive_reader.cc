@@ -84,8 +84,8 @@ void ArchiveReader::ReadThroughStream(Span& span, uint64_t offset, uint64_t coun
   if (archive_->Seek(static_cast<int64_t>(offset), 0) == -1) return;
   Gather(span, std::min<uint64_t>(count, std::max(expected, kFirstPiece)), count,
          [&](unsigned char* to, uint64_t n, uint64_t) {
-           return archive_->Read(to, static_cast<size_t>(std::min<uint64_t>(
-                                         n, platform::kMaxTransferBytes)));
+           return archive_->Read(
+               to, static_cast<size_t>(std::min<uint64_t>(n, platform::kMaxTransferBytes)));
          });
 }
 

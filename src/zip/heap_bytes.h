@@ -18,8 +18,7 @@ using Bytes = std::unique_ptr<unsigned char, FreeDeleter>;
 // bytes grown or shrunk to size, keeping what they hold; size 0 still
 // allocates.
 inline void Resize(Bytes& bytes, uint64_t size) {
-  void* moved =
-      std::realloc(bytes.get(), size == 0 ? 1 : static_cast<size_t>(size));
+  void* moved = std::realloc(bytes.get(), size == 0 ? 1 : static_cast<size_t>(size));
   if (!moved) throw std::bad_alloc();
   bytes.release();
   bytes.reset(static_cast<unsigned char*>(moved));

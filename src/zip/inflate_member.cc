@@ -58,9 +58,8 @@ struct InflateStream {
 };
 
 // zlib over all the compressed bytes at once into room bytes of out.
-InflateResult InflateWithZlib(const unsigned char* compressed, uint64_t count,
-                              uint64_t size, unsigned char* out, uint64_t room,
-                              uint64_t& held) {
+InflateResult InflateWithZlib(const unsigned char* compressed, uint64_t count, uint64_t size,
+                              unsigned char* out, uint64_t room, uint64_t& held) {
   InflateStream zip_stream;
   // An init that fails for another reason than memory leaves the member as
   // zeros of its declared size.
@@ -81,8 +80,7 @@ InflateResult InflateWithZlib(const unsigned char* compressed, uint64_t count,
   const bool ended = zip_stream.End();
   // Running out of input or of room is no failure: the rest reads as zeros.
   if (result == Z_DATA_ERROR && !complete) return InflateResult::kDataError;
-  if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR &&
-      result != Z_DATA_ERROR) {
+  if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR && result != Z_DATA_ERROR) {
     return InflateResult::kInflateError;
   }
   if (!ended) return InflateResult::kEndError;
@@ -92,13 +90,11 @@ InflateResult InflateWithZlib(const unsigned char* compressed, uint64_t count,
 
 }  // namespace
 
-InflatedMember InflateMember(const unsigned char* compressed, uint64_t count,
-                             uint64_t size, bool fast) {
+InflatedMember InflateMember(const unsigned char* compressed, uint64_t count, uint64_t size,
+                             bool fast) {
   InflatedMember member;
   const uint64_t room =
-      count == 0 || size == 0
-          ? 0
-          : std::min(size, count * kMaxInflateRatio + kInflateSlack);
+      count == 0 || size == 0 ? 0 : std::min(size, count * kMaxInflateRatio + kInflateSlack);
   Resize(member.bytes, room);
   if (room == 0) return member;
   if (room > kLargeOutput) {
@@ -106,14 +102,11 @@ InflatedMember InflateMember(const unsigned char* compressed, uint64_t count,
   }
   // The whole-buffer inflater needs room for the declared size, which the
   // bound above allows only where the compressed bytes could give it.
-  if (fast && room == size &&
-      InflateWholeBuffer(compressed, count, member.bytes.get(), size)) {
+  if (fast && room == size && InflateWholeBuffer(compressed, count, member.bytes.get(), size)) {
     member.held = size;
     return member;
   }
-  member.result =
-      InflateWithZlib(compressed, count, size, member.bytes.get(), room,
-                      member.held);
+  member.result = InflateWithZlib(compressed, count, size, member.bytes.get(), room, member.held);
   // A member that stopped short keeps only what it produced.
   if (member.result == InflateResult::kDone && member.held < room) {
     Resize(member.bytes, member.held);

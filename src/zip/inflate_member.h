@@ -26,8 +26,8 @@ struct InflatedMember {
 // undefined and zlib refuses (length symbols 286 and 287, distance symbols 30
 // and 31, among others): a stream made to use them opens where zlib would
 // refuse it.
-InflatedMember InflateMember(const unsigned char* compressed, uint64_t count,
-                             uint64_t size, bool fast = true);
+InflatedMember InflateMember(const unsigned char* compressed, uint64_t count, uint64_t size,
+                             bool fast = true);
 
 // Whether the build has the whole-buffer inflater.
 bool HaveWholeBufferInflater();
@@ -35,8 +35,8 @@ bool HaveWholeBufferInflater();
 // Inflates all of compressed[0, count) into out, which takes size bytes;
 // true only if the stream ended cleanly having given exactly size bytes.
 // Always false without the whole-buffer inflater.
-bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count,
-                        unsigned char* out, uint64_t size);
+bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
+                        uint64_t size);
 
 }  // namespace velm::io
 

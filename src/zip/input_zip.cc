@@ -12,8 +12,8 @@ namespace {
 // member refuses a relative seek onto its very end (end_by_relative false),
 // so Seek(0, 1) there gives -1, on purpose: hosts rely on it. Whence 0 and 2
 // reach the end.
-bool SeekTarget(int64_t tell, int64_t length, int64_t offset, int32_t whence,
-                bool end_by_relative, int64_t& target) {
+bool SeekTarget(int64_t tell, int64_t length, int64_t offset, int32_t whence, bool end_by_relative,
+                int64_t& target) {
   switch (whence) {
     case 0:
       target = offset;
@@ -35,9 +35,7 @@ bool SeekTarget(int64_t tell, int64_t length, int64_t offset, int32_t whence,
 
 }  // namespace
 
-int64_t StoredSlice::Tell() {
-  return slice_ ? slice_->Tell() - static_cast<int64_t>(start_) : 0;
-}
+int64_t StoredSlice::Tell() { return slice_ ? slice_->Tell() - static_cast<int64_t>(start_) : 0; }
 
 int32_t StoredSlice::Seek(int64_t offset, int32_t whence) {
   int64_t target = 0;

@@ -7,21 +7,17 @@
 
 namespace velm::io {
 
-Opener* LoadZip(const std::string& path) {
-  return LoadZip(path, GetOpener(OpenerTypeCFile));
-}
+Opener* LoadZip(const std::string& path) { return LoadZip(path, GetOpener(OpenerTypeCFile)); }
 
 Opener* LoadZip(const std::string& path, Opener* opener) {
   std::string standard;
   if (!opener->StandardizePath(path, standard)) {
-    velm::log::LogError(LogChannel, "LoadZip: Invalid zip path format: %s",
-                        path.c_str());
+    velm::log::LogError(LogChannel, "LoadZip: Invalid zip path format: %s", path.c_str());
     return nullptr;
   }
   std::unique_ptr<Input> archive(opener->OpenInput(standard));
   if (!archive) {
-    velm::log::LogError(LogChannel, "LoadZip: Open falied for %s",
-                        standard.c_str());
+    velm::log::LogError(LogChannel, "LoadZip: Open falied for %s", standard.c_str());
     return nullptr;
   }
   // A file without a single local header fails without a message.

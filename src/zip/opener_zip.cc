@@ -17,27 +17,22 @@ constexpr size_t kHeaderSize = 30;
 constexpr uint32_t kLocalHeaderSignature = 0x04034b50;
 
 // The keys of the index, parents included, may take this many bytes per byte
-// of archive walked, plus a fixed allowance. Parent entries let the keys of
+// of archive walked, plus a fixed allowance. Parent entries_ let the keys of
 // one name grow with the square of its length; archives that real tools
 // write stay far below. The record that would pass the bound ends the walk
 // as a malformed record does.
 constexpr uint64_t kKeyBytesPerArchiveByte = 4;
 constexpr uint64_t kKeyBytesAllowance = uint64_t{1} << 20;
 
-uint16_t Little16(const unsigned char* p) {
-  return static_cast<uint16_t>(p[0] | (p[1] << 8));
-}
+uint16_t Little16(const unsigned char* p) { return static_cast<uint16_t>(p[0] | (p[1] << 8)); }
 
 uint32_t Little32(const unsigned char* p) {
   return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-         (static_cast<uint32_t>(p[2]) << 16) |
-         (static_cast<uint32_t>(p[3]) << 24);
+         (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
 }
 
 // Byte order on unsigned values, a prefix first; names hold no NUL.
-bool NameLess(const ZipEntry* a, const ZipEntry* b) {
-  return std::strcmp(a->name, b->name) < 0;
-}
+bool NameLess(const ZipEntry* a, const ZipEntry* b) { return std::strcmp(a->name, b->name) < 0; }
 
 uint64_t KeyBound(int64_t walked) {
   const uint64_t bytes = walked > 0 ? static_cast<uint64_t>(walked) : 0;
@@ -46,7 +41,7 @@ uint64_t KeyBound(int64_t walked) {
 
 }  // namespace
 
-OpenerZip::OpenerZip() : name("zip"), root("zip") {}
+OpenerZip::OpenerZip() : name_("zip"), root_("zip") {}
 
 OpenerZip* OpenerZip::Create(Input* archive) {
   std::unique_ptr<OpenerZip> zip(new OpenerZip());
@@ -64,8 +59,7 @@ bool OpenerZip::ScanArchive(Input* input) {
     uint64_t key_bytes = 0;
     for (;;) {
       unsigned char header[kHeaderSize];
-      if (input->Read(header, kHeaderSize) != static_cast<int64_t>(kHeaderSize))
-        break;
+      if (input->Read(header, kHeaderSize) != static_cast<int64_t>(kHeaderSize)) break;
       if (Little32(header) != kLocalHeaderSignature) break;
       ZipEntry entry;
       entry.flags = Little16(header + 6);
@@ -79,8 +73,7 @@ bool OpenerZip::ScanArchive(Input* input) {
       const uint16_t extra_length = Little16(header + 28);
 
       entry_name.assign(name_length, '\0');
-      if (name_length > 0 &&
-          input->Read(&entry_name[0], name_length) != name_length) {
+      if (name_length > 0 && input->Read(&entry_name[0], name_length) != name_length) {
         break;
       }
       // A name ends at its first NUL although the record holds all N bytes.
@@ -92,50 +85,46 @@ bool OpenerZip::ScanArchive(Input* input) {
       if (input->Seek(static_cast<int64_t>(entry.compress_size), 1) == -1) break;
 
       // The first record of a name wins; a later one is logged and skipped.
-      auto inserted = entries.try_emplace(entry_name, entry);
+      auto inserted = entries_.try_emplace(entry_name, entry);
       // Parents are checked before any of their keys is made, so that the
       // check costs no more than the bound allows. Bytes up to the end of the
       // name were read, so the archive really holds them, unlike the sizes a
       // record claims. The record that passes the bound leaves nothing.
       parents.clear();
       if (inserted.second &&
-          !ReserveKeys(entry_name, KeyBound(data_start - extra_length),
-                       key_bytes, parents)) {
-        entries.erase(inserted.first);
+          !ReserveKeys(entry_name, KeyBound(data_start - extra_length), key_bytes, parents)) {
+        entries_.erase(inserted.first);
         break;
       }
       velm::log::Log(LogChannel, -1,
                      "Find zipped file %s, compress_method %d, compress_size "
                      "%d, uncompress_size %d, flags %d, offset %d",
                      entry_name.c_str(), static_cast<int>(entry.compress_method),
-                     static_cast<int>(entry.compress_size),
-                     static_cast<int>(entry.uncompress_size),
-                     static_cast<int>(entry.flags),
-                     static_cast<int>(entry.offset));
+                     static_cast<int>(entry.compress_size), static_cast<int>(entry.uncompress_size),
+                     static_cast<int>(entry.flags), static_cast<int>(entry.offset));
       if (inserted.second) {
         ZipEntry& record = inserted.first->second;
         record.name = inserted.first->first.c_str();
-        sorted_entries.push_back(&record);
+        sorted_entries_.push_back(&record);
         AddParents(inserted.first->first, parents);
       }
       if (input->IsEOF()) break;
     }
   }
-  if (entries.empty()) return false;
+  if (entries_.empty()) return false;
 
   // Everything that can throw comes before taking ownership, so that a
   // failure leaves the archive with the caller alone.
   std::string new_root = input->GetPath() + "://";
   auto new_reader = std::make_unique<ArchiveReader>(input);
-  std::sort(sorted_entries.begin(), sorted_entries.end(), NameLess);
-  root.swap(new_root);
-  archive.reset(input);
-  reader = std::move(new_reader);
+  std::sort(sorted_entries_.begin(), sorted_entries_.end(), NameLess);
+  root_.swap(new_root);
+  archive_.reset(input);
+  reader_ = std::move(new_reader);
   return true;
 }
 
-bool OpenerZip::ReserveKeys(const std::string& entry_name, uint64_t bound,
-                            uint64_t& key_bytes,
+bool OpenerZip::ReserveKeys(const std::string& entry_name, uint64_t bound, uint64_t& key_bytes,
                             std::vector<size_t>& parents) const {
   uint64_t total = key_bytes + entry_name.size();
   if (total > bound) return false;
@@ -147,7 +136,7 @@ bool OpenerZip::ReserveKeys(const std::string& entry_name, uint64_t bound,
     if (i + 1 == entry_name.size()) break;
     prefix.assign(entry_name, 0, i + 1);
     // A known prefix means everything above it is known as well.
-    if (entries.count(prefix) != 0) break;
+    if (entries_.count(prefix) != 0) break;
     total += prefix.size();
     if (total > bound) return false;
     parents.push_back(prefix.size());
@@ -156,21 +145,20 @@ bool OpenerZip::ReserveKeys(const std::string& entry_name, uint64_t bound,
   return true;
 }
 
-void OpenerZip::AddParents(const std::string& entry_name,
-                           const std::vector<size_t>& parents) {
+void OpenerZip::AddParents(const std::string& entry_name, const std::vector<size_t>& parents) {
   for (size_t length : parents) {
-    auto inserted = entries.emplace(entry_name.substr(0, length), ZipEntry());
+    auto inserted = entries_.emplace(entry_name.substr(0, length), ZipEntry());
     ZipEntry& record = inserted.first->second;
     record.name = inserted.first->first.c_str();
-    sorted_entries.push_back(&record);
+    sorted_entries_.push_back(&record);
   }
 }
 
 Input* OpenerZip::OpenInput(const std::string& path) {
   std::string standard;
   if (!StandardizePath(path, standard) || standard.empty()) return nullptr;
-  auto found = entries.find(standard);
-  if (found == entries.end()) return nullptr;
+  auto found = entries_.find(standard);
+  if (found == entries_.end()) return nullptr;
   const ZipEntry& entry = found->second;
   switch (entry.compress_method) {
     case 0:
@@ -178,16 +166,14 @@ Input* OpenerZip::OpenInput(const std::string& path) {
     case 8:
       return OpenDeflated(standard, entry);
     default:
-      velm::log::LogError(LogChannel,
-                          "Compress method %d is not available for file %s",
-                          static_cast<int>(entry.compress_method),
-                          standard.c_str());
+      velm::log::LogError(LogChannel, "Compress method %d is not available for file %s",
+                          static_cast<int>(entry.compress_method), standard.c_str());
       return nullptr;
   }
 }
 
 Input* OpenerZip::OpenStored(const std::string& path, const ZipEntry& entry) {
-  std::unique_ptr<Input> slice(reader->CloneArchive());
+  std::unique_ptr<Input> slice(reader_->CloneArchive());
   if (!slice) return nullptr;
   // A refused seek shows itself in the slice's Tell, which bounds every Read.
   slice->Seek(static_cast<int64_t>(entry.offset), 0);
@@ -199,9 +185,8 @@ Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
   // Read without the archive's shared position, so that opens of one archive
   // may run at once.
   ArchiveReader::Span compressed;
-  if (entry.uncompress_size > 0) compressed = reader->Read(entry.offset, entry.compress_size);
-  InflatedMember member =
-      InflateMember(compressed.bytes, compressed.count, entry.uncompress_size);
+  if (entry.uncompress_size > 0) compressed = reader_->Read(entry.offset, entry.compress_size);
+  InflatedMember member = InflateMember(compressed.bytes, compressed.count, entry.uncompress_size);
   switch (member.result) {
     case InflateResult::kDone:
       break;
@@ -226,9 +211,9 @@ OpenerType OpenerZip::GetType() const { return OpenerTypeZip; }
 
 Output* OpenerZip::OpenOutput(const std::string&) { return nullptr; }
 
-const std::string& OpenerZip::GetName() const { return name; }
+const std::string& OpenerZip::GetName() const { return name_; }
 
-const std::string& OpenerZip::GetRoot() const { return root; }
+const std::string& OpenerZip::GetRoot() const { return root_; }
 
 bool OpenerZip::CreateDirectories(const std::string&) { return false; }
 

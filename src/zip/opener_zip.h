@@ -18,7 +18,7 @@ namespace velm::io {
 
 // The members of one zip archive, indexed by a single walk over its local
 // headers. The index is read-only after the scan, and opens read the archive
-// through reader, so queries and opens may run from several threads at once.
+// through reader_, so queries and opens may run from several threads at once.
 class OpenerZip final : public Opener {
  public:
   OpenerZip();
@@ -42,8 +42,7 @@ class OpenerZip final : public Opener {
   bool RemoveFile(const std::string& path) override;
   bool RemoveDirectory(const std::string& path) override;
   void List(const std::string& path, std::vector<std::string>& out) override;
-  void ListFiles(const std::string& path, bool recursive,
-                 std::vector<std::string>& out) override;
+  void ListFiles(const std::string& path, bool recursive, std::vector<std::string>& out) override;
 
  private:
   bool ScanArchive(Input* archive);
@@ -51,11 +50,11 @@ class OpenerZip final : public Opener {
   // prefixes that are not indexed yet, and lists the latter in parents,
   // deepest first. False, with key_bytes unchanged, as soon as the sum would
   // pass bound.
-  bool ReserveKeys(const std::string& name, uint64_t bound,
-                   uint64_t& key_bytes, std::vector<size_t>& parents) const;
+  bool ReserveKeys(const std::string& name, uint64_t bound, uint64_t& key_bytes,
+                   std::vector<size_t>& parents) const;
   void AddParents(const std::string& name, const std::vector<size_t>& parents);
-  using EntryRange = std::pair<std::vector<ZipEntry*>::const_iterator,
-                               std::vector<ZipEntry*>::const_iterator>;
+  using EntryRange =
+      std::pair<std::vector<ZipEntry*>::const_iterator, std::vector<ZipEntry*>::const_iterator>;
   // The entries whose names begin with prefix, which stand together in
   // sorted_entries.
   EntryRange WithPrefix(std::string_view prefix) const;
@@ -65,17 +64,17 @@ class OpenerZip final : public Opener {
   Input* OpenStored(const std::string& path, const ZipEntry& entry);
   Input* OpenDeflated(const std::string& path, const ZipEntry& entry);
 
-  std::unique_ptr<Input> archive;
-  // Set with archive; the only way to its bytes after the scan. Nothing
+  std::unique_ptr<Input> archive_;
+  // Set with archive_; the only way to its bytes after the scan. Nothing
   // relies on archive's position then (stored members read through clones),
   // which a positional read moves on Windows.
-  std::unique_ptr<ArchiveReader> reader;
-  std::string name;
-  std::string root;
+  std::unique_ptr<ArchiveReader> reader_;
+  std::string name_;
+  std::string root_;
   // Node-based, so element addresses survive rehashing: sorted_entries and
   // ZipEntry::name point into it.
-  std::unordered_map<std::string, ZipEntry> entries;
-  std::vector<ZipEntry*> sorted_entries;
+  std::unordered_map<std::string, ZipEntry> entries_;
+  std::vector<ZipEntry*> sorted_entries_;
 };
 
 }  // namespace velm::io

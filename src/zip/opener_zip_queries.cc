@@ -11,8 +11,7 @@ namespace velm::io {
 namespace {
 
 bool StartsWith(std::string_view text, std::string_view prefix) {
-  return text.size() >= prefix.size() &&
-         text.compare(0, prefix.size(), prefix) == 0;
+  return text.size() >= prefix.size() && text.compare(0, prefix.size(), prefix) == 0;
 }
 
 }  // namespace
@@ -28,15 +27,13 @@ bool OpenerZip::StandardizePath(const std::string& path, std::string& out) {
 // string_view compares through char_traits<char>, which orders bytes as
 // unsigned values: the same order as the sort, also for a prefix holding NUL.
 OpenerZip::EntryRange OpenerZip::WithPrefix(std::string_view prefix) const {
-  auto first = std::lower_bound(
-      sorted_entries.begin(), sorted_entries.end(), prefix,
-      [](const ZipEntry* entry, std::string_view key) {
-        return std::string_view(entry->name) < key;
-      });
-  auto last = std::partition_point(first, sorted_entries.end(),
-                                   [prefix](const ZipEntry* entry) {
-                                     return StartsWith(entry->name, prefix);
-                                   });
+  auto first = std::lower_bound(sorted_entries_.begin(), sorted_entries_.end(), prefix,
+                                [](const ZipEntry* entry, std::string_view key) {
+                                  return std::string_view(entry->name) < key;
+                                });
+  auto last = std::partition_point(first, sorted_entries_.end(), [prefix](const ZipEntry* entry) {
+    return StartsWith(entry->name, prefix);
+  });
   return {first, last};
 }
 
@@ -49,13 +46,13 @@ bool OpenerZip::DirectoryPrefix(const std::string& path, std::string& prefix) {
 bool OpenerZip::IsFile(const std::string& path) {
   std::string standard;
   if (!StandardizePath(path, standard)) return false;
-  return entries.count(standard) != 0;
+  return entries_.count(standard) != 0;
 }
 
 bool OpenerZip::IsDirectory(const std::string& path) {
   std::string prefix;
   if (!DirectoryPrefix(path, prefix)) return false;
-  if (prefix.empty() || entries.count(prefix) != 0) return true;
+  if (prefix.empty() || entries_.count(prefix) != 0) return true;
   // A directory entry makes no parents, so a directory may exist only as
   // the prefix of a deeper name.
   EntryRange below = WithPrefix(prefix);
@@ -65,8 +62,8 @@ bool OpenerZip::IsDirectory(const std::string& path) {
 int64_t OpenerZip::GetModifiedTime(const std::string& path) {
   std::string standard;
   if (!StandardizePath(path, standard) || standard.empty()) return -1;
-  auto found = entries.find(standard);
-  if (found == entries.end()) return -1;
+  auto found = entries_.find(standard);
+  if (found == entries_.end()) return -1;
   const ZipEntry& entry = found->second;
   std::tm time = {};
   time.tm_sec = (entry.dos_time & 0x1f) * 2;
@@ -94,8 +91,7 @@ void OpenerZip::List(const std::string& path, std::vector<std::string>& out) {
   }
 }
 
-void OpenerZip::ListFiles(const std::string& path, bool recursive,
-                          std::vector<std::string>& out) {
+void OpenerZip::ListFiles(const std::string& path, bool recursive, std::vector<std::string>& out) {
   std::string prefix;
   if (!DirectoryPrefix(path, prefix)) return;
   auto [first, last] = WithPrefix(prefix);

@@ -18,16 +18,16 @@ struct DecompressorFree {
 
 bool HaveWholeBufferInflater() { return true; }
 
-bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count,
-                        unsigned char* out, uint64_t size) {
+bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
+                        uint64_t size) {
   // Without memory for it, zlib does the work and tells of the lack its way.
   std::unique_ptr<libdeflate_decompressor, DecompressorFree> decompressor(
       libdeflate_alloc_decompressor());
   if (!decompressor) return false;
   size_t produced = 0;
-  const libdeflate_result result = libdeflate_deflate_decompress_ex(
-      decompressor.get(), compressed, static_cast<size_t>(count), out,
-      static_cast<size_t>(size), nullptr, &produced);
+  const libdeflate_result result =
+      libdeflate_deflate_decompress_ex(decompressor.get(), compressed, static_cast<size_t>(count),
+                                       out, static_cast<size_t>(size), nullptr, &produced);
   return result == LIBDEFLATE_SUCCESS && produced == size;
 }
 

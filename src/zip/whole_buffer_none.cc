@@ -5,9 +5,6 @@ namespace velm::io {
 // Built without libdeflate: zlib inflates every member.
 bool HaveWholeBufferInflater() { return false; }
 
-bool InflateWholeBuffer(const unsigned char*, uint64_t, unsigned char*,
-                        uint64_t) {
-  return false;
-}
+bool InflateWholeBuffer(const unsigned char*, uint64_t, unsigned char*, uint64_t) { return false; }
 
 }  // namespace velm::io

@@ -22,11 +22,15 @@
 // which never calls them, exports nothing new and the virtual table keeps its
 // order.
 #if defined(_WIN32)
-#define VELMIO_REMOVE_DIRECTORY_FORWARDERS                                \
-  template <typename Path>                                                \
-  bool RemoveDirectoryA(const Path& path) { return RemoveDirectory(path); } \
-  template <typename Path>                                                \
-  bool RemoveDirectoryW(const Path& path) { return RemoveDirectory(path); }
+#define VELMIO_REMOVE_DIRECTORY_FORWARDERS  \
+  template <typename Path>                  \
+  bool RemoveDirectoryA(const Path& path) { \
+    return RemoveDirectory(path);           \
+  }                                         \
+  template <typename Path>                  \
+  bool RemoveDirectoryW(const Path& path) { \
+    return RemoveDirectory(path);           \
+  }
 #else
 #define VELMIO_REMOVE_DIRECTORY_FORWARDERS
 #endif

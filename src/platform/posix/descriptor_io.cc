@@ -58,8 +58,8 @@ int Open(const std::string& path, Access access) {
   std::string native;
   if (!posix::ToNative(path, native)) return -1;
   // A new file is readable and writable before the umask, as on Windows.
-  const int fd = posix::OpenFile(
-      native, access == Access::kRead ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC);
+  const int fd =
+      posix::OpenFile(native, access == Access::kRead ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC);
   // Only a hint to the kernel; a refusal changes nothing that is observable.
   if (fd >= 0) ::posix_fadvise(fd, 0, 0, POSIX_FADV_RANDOM);
   return fd;

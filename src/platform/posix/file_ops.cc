@@ -83,7 +83,7 @@ bool ListDirectory(const std::string& directory, std::vector<DirectoryEntry>& ou
   if (!posix::ToNative(directory, native)) return false;
   // An empty directory name is taken as the root, as Windows takes "\\*".
   std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(native.empty() ? "/" : native.c_str()),
-                                              &::closedir);
+                                             &::closedir);
   if (stream == nullptr) return false;
   const std::size_t first = out.size();
   try {

@@ -18,8 +18,7 @@ std::size_t ReadBuffered(std::FILE* file, void* buffer, std::size_t count) {
   return std::fread(buffer, 1, count, file);
 }
 
-std::size_t WriteBuffered(std::FILE* file, const void* buffer,
-                          std::size_t count) {
+std::size_t WriteBuffered(std::FILE* file, const void* buffer, std::size_t count) {
   return std::fwrite(buffer, 1, count, file);
 }
 

@@ -58,8 +58,7 @@ std::int64_t Read(int descriptor, void* buffer, std::size_t count) {
 // The runtime has no positional read: ReadFile with the offset in an
 // OVERLAPPED, on the descriptor's own handle, is one. On a synchronous handle
 // it also moves the file pointer behind the bytes read.
-std::int64_t ReadAt(int descriptor, void* buffer, std::size_t count,
-                    std::int64_t offset) {
+std::int64_t ReadAt(int descriptor, void* buffer, std::size_t count, std::int64_t offset) {
   if (offset < 0) return -1;
   const auto file = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
   if (file == INVALID_HANDLE_VALUE) return -1;

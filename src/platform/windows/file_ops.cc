@@ -18,8 +18,7 @@ namespace {
 constexpr std::uint64_t kTicksPerSecond = 10000000;
 constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
 
-constexpr FILEOP_FLAGS kNoUi =
-    FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
+constexpr FILEOP_FLAGS kNoUi = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOCONFIRMMKDIR | FOF_NOERRORUI;
 
 }  // namespace
 
@@ -28,25 +27,22 @@ FileKind KindOf(const std::string& path) {
   if (wide.IsRefused()) return FileKind::kMissing;
   DWORD attributes = GetFileAttributesW(wide.text);
   if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::kMissing;
-  return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FileKind::kDirectory
-                                                      : FileKind::kFile;
+  return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FileKind::kDirectory : FileKind::kFile;
 }
 
 std::int64_t ModifiedTime(const std::string& path) {
   windows::WidePath wide(path);
   if (wide.IsRefused()) return -1;
   // No FILE_FLAG_BACKUP_SEMANTICS: a directory gives no handle, hence -1.
-  HANDLE opened = CreateFileW(wide.text, GENERIC_READ, FILE_SHARE_READ, nullptr,
-                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE opened = CreateFileW(wide.text, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
   if (opened == INVALID_HANDLE_VALUE) return -1;
   windows::OwnedHandle file(opened);
   FILETIME written;
   if (!GetFileTime(file.get(), nullptr, nullptr, &written)) return -1;
   std::uint64_t ticks =
-      (static_cast<std::uint64_t>(written.dwHighDateTime) << 32) |
-      written.dwLowDateTime;
-  return static_cast<std::int64_t>(ticks / kTicksPerSecond) -
-         kSecondsFrom1601To1970;
+      (static_cast<std::uint64_t>(written.dwHighDateTime) << 32) | written.dwLowDateTime;
+  return static_cast<std::int64_t>(ticks / kTicksPerSecond) - kSecondsFrom1601To1970;
 }
 
 bool CreateDirectories(const std::string& path) {

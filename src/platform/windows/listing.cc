@@ -13,8 +13,7 @@ namespace {
 // included.
 class Search {
  public:
-  explicit Search(const wchar_t* pattern)
-      : handle_(FindFirstFileW(pattern, &found_)) {}
+  explicit Search(const wchar_t* pattern) : handle_(FindFirstFileW(pattern, &found_)) {}
   ~Search() {
     if (IsOpen()) FindClose(handle_);
   }
@@ -33,8 +32,7 @@ class Search {
 
 }  // namespace
 
-bool ListDirectory(const std::string& directory,
-                   std::vector<DirectoryEntry>& out) {
+bool ListDirectory(const std::string& directory, std::vector<DirectoryEntry>& out) {
   // A doubled separator in the pattern reads as one, so a directory that
   // ends in one needs no exception.
   windows::WidePath pattern(directory + "\\*");
@@ -43,8 +41,7 @@ bool ListDirectory(const std::string& directory,
   if (!search.IsOpen()) return false;
   do {
     windows::Utf8Path name(search.found().cFileName);
-    bool is_directory =
-        (search.found().dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    bool is_directory = (search.found().dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     out.push_back(DirectoryEntry{name.text, is_directory});
   } while (search.Next());
   return true;

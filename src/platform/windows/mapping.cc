@@ -15,8 +15,8 @@ bool Map(const std::string& path, MappedView& view) {
   if (wide.IsRefused()) return false;
   // Share mode 0: a file that anyone holds open is not mapped, and nobody can
   // change its size between GetFileSize and the mapping.
-  HANDLE opened = CreateFileW(wide.text, GENERIC_READ, 0, nullptr,
-                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE opened = CreateFileW(wide.text, GENERIC_READ, 0, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
   if (opened == INVALID_HANDLE_VALUE) return false;
   windows::OwnedHandle file(opened);
   DWORD high = 0;
@@ -25,8 +25,8 @@ bool Map(const std::string& path, MappedView& view) {
   // size whose low part is all ones.
   if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) return false;
   // An empty file cannot be mapped: the mapping fails for it.
-  windows::OwnedHandle mapping(CreateFileMappingW(
-      file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
+  windows::OwnedHandle mapping(
+      CreateFileMappingW(file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
   // The mapping keeps the file open from here on.
   file.reset();
   if (mapping == nullptr) return false;

@@ -12,8 +12,7 @@ int ConvertText(const char* source, wchar_t* destination, int units) {
 }
 
 int ConvertText(const wchar_t* source, char* destination, int units) {
-  return WideCharToMultiByte(CP_UTF8, 0, source, -1, destination, units,
-                             nullptr, nullptr);
+  return WideCharToMultiByte(CP_UTF8, 0, source, -1, destination, units, nullptr, nullptr);
 }
 
 }  // namespace velm::platform::windows

@@ -28,11 +28,8 @@ class ConvertedText {
   static constexpr int kInlineUnits = 512;
 
   // Null and the empty text give the empty text.
-  explicit ConvertedText(const Source* source) : text(inline_) {
-    Convert(source);
-  }
-  explicit ConvertedText(const std::basic_string<Source>& source)
-      : text(inline_) {
+  explicit ConvertedText(const Source* source) : text(inline_) { Convert(source); }
+  explicit ConvertedText(const std::basic_string<Source>& source) : text(inline_) {
     if (source.find(Source{}) != std::basic_string<Source>::npos) {
       Refuse();
       return;
@@ -65,8 +62,7 @@ class ConvertedText {
       return;
     }
     // Zeroed, so the spare NULs stand behind the text.
-    heap_ = std::make_unique<Unit[]>(static_cast<std::size_t>(needed) +
-                                     kSpareUnits);
+    heap_ = std::make_unique<Unit[]>(static_cast<std::size_t>(needed) + kSpareUnits);
     if (ConvertText(source, heap_.get(), needed) == 0) {
       heap_.reset();
       Refuse();
