@@ -12,15 +12,14 @@
 #include "commands.h"
 #include "input_reading.h"
 #include "messages.h"
-#include "zip_format.h"
+#include "zip/zip_format.h"
 
 namespace tool {
 namespace {
 
 namespace io = velm::io;
+namespace zip = velm::zip;
 
-constexpr uint16_t kVersionStored = 10;
-constexpr uint16_t kVersionDeflated = 20;  // also what directories need
 constexpr uint32_t kDosDirectoryAttribute = 0x10;
 
 struct Source {
@@ -84,7 +83,7 @@ bool HasExtension(const std::string& name, const std::vector<std::string>& exten
 // One member's header fields, shared by its local and central records.
 struct Member {
   std::string name;
-  uint16_t version = kVersionDeflated;
+  uint16_t version = zip::kVersionDeflated;
   uint16_t flags = 0;
   uint16_t method = zip::kMethodStored;
   uint32_t date_time = 0;
@@ -116,7 +115,7 @@ std::string LocalRecord(const Member& member) {
 std::string CentralRecord(const Member& member) {
   std::string out;
   zip::Put(out, zip::kCentralHeader, 4);
-  zip::Put(out, kVersionDeflated, 2);  // made by: MS-DOS attributes, version 2.0
+  zip::Put(out, zip::kVersionDeflated, 2);  // made by: MS-DOS attributes, version 2.0
   PutCommonFields(out, member);
   zip::Put(out, 0, 2);  // comment length
   zip::Put(out, 0, 2);  // disk number
@@ -182,7 +181,7 @@ bool AddMember(io::Opener& sys, const Source& source, const std::vector<std::str
       member.method = zip::kMethodDeflated;
       data.swap(packed);
     } else {
-      member.version = kVersionStored;
+      member.version = zip::kVersionStored;
     }
     member.compressed_size = static_cast<uint32_t>(data.size());
   }
