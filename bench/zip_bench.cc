@@ -15,7 +15,8 @@
 #include <velm/io/opener>
 #include <velm/log/log>
 
-#include "archive_writer.h"
+#include "text_like.h"
+#include "zip_writer.h"
 
 namespace fs = std::filesystem;
 using velm::io::GetOpener;
@@ -36,18 +37,20 @@ struct Archives {
     dir = fs::temp_directory_path() /
           ("velmio-zip-bench-" + std::to_string(std::random_device()()));
     fs::create_directories(dir);
-    velm::bench::ZipWriter writer;
+    velm::zip::Writer writer;
     for (int i = 0; i < 10000; ++i) {
-      writer.Add("dir" + std::to_string(i % 100) + "/file" + std::to_string(i),
-                 "content of member " + std::to_string(i), i % 2 == 0);
+      writer.Add(velm::zip::Record(
+          "dir" + std::to_string(i % 100) + "/file" + std::to_string(i),
+          "content of member " + std::to_string(i),
+          i % 2 == 0 ? velm::zip::kMethodDeflated : velm::zip::kMethodStored));
     }
-    many = Write("many.zip", writer.Finish());
+    many = Write("many.zip", writer.Finish().bytes);
 
     std::mt19937 random(7);
     std::string content = velm::bench::TextLike(random, kBigMember);
-    writer.Add("deflated", content, true);
-    writer.Add("stored", content, false);
-    big = Write("big.zip", writer.Finish());
+    velm::zip::Writer big_writer;
+    big_writer.Deflated("deflated", content).Stored("stored", content);
+    big = Write("big.zip", big_writer.Finish().bytes);
   }
   ~Archives() {
     std::error_code error;

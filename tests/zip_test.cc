@@ -5,6 +5,8 @@
 #include <random>
 #include <thread>
 
+#include <zlib.h>
+
 #include "support/support.h"
 #include "zip/inflate_member.h"
 
@@ -45,7 +47,7 @@ std::string Ask(Opener* zip, char op, const std::string& path) {
 // A record whose bytes and sizes are given as they stand.
 ZipRecord Raw(const char* name, const std::string& data, uint32_t size, uint16_t method = 8) {
   ZipRecord r(name, "", method);
-  r.data = data, r.uncompress_size = size;
+  r.data = data, r.compress_size = static_cast<uint32_t>(data.size()), r.uncompress_size = size;
   return r;
 }
 

@@ -3,9 +3,12 @@
 #include <algorithm>
 
 #include "input_reading.h"
-#include "zip_format.h"
+#include "zip/zip_format.h"
 
 namespace tool {
+
+namespace zip = velm::zip;
+
 namespace {
 
 const unsigned char* Bytes(const std::string& text, size_t at = 0) {

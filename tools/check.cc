@@ -18,12 +18,13 @@
 #include "input_reading.h"
 #include "member_name.h"
 #include "messages.h"
-#include "zip_format.h"
+#include "zip/zip_format.h"
 
 namespace tool {
 namespace {
 
 namespace io = velm::io;
+namespace zip = velm::zip;
 
 struct Finding {
   std::string outcome;  // empty while the library sees and reads the member whole

@@ -12,15 +12,14 @@
 #include "commands.h"
 #include "input_reading.h"
 #include "messages.h"
-#include "zip_format.h"
+#include "zip_writer.h"
 
 namespace tool {
 namespace {
 
 namespace io = velm::io;
+namespace zip = velm::zip;
 
-constexpr uint16_t kVersionStored = 10;
-constexpr uint16_t kVersionDeflated = 20;  // also what directories need
 constexpr uint32_t kDosDirectoryAttribute = 0x10;
 
 struct Source {
@@ -57,23 +56,6 @@ uint32_t DosDateTime(int64_t seconds) {
   return date << 16 | clock;
 }
 
-bool Deflate(const std::string& data, std::string& out) {
-  z_stream stream{};
-  if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, -MAX_WBITS, 8,
-                   Z_DEFAULT_STRATEGY) != Z_OK) {
-    return false;
-  }
-  out.resize(deflateBound(&stream, static_cast<uLong>(data.size())));
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
-  stream.avail_in = static_cast<uInt>(data.size());
-  stream.next_out = reinterpret_cast<Bytef*>(&out[0]);
-  stream.avail_out = static_cast<uInt>(out.size());
-  int result = deflate(&stream, Z_FINISH);
-  out.resize(stream.total_out);
-  deflateEnd(&stream);
-  return result == Z_STREAM_END;
-}
-
 bool HasExtension(const std::string& name, const std::vector<std::string>& extensions) {
   std::string::size_type dot = name.rfind('.');
   if (dot == std::string::npos || name.find('/', dot) != std::string::npos) return false;
@@ -81,90 +63,13 @@ bool HasExtension(const std::string& name, const std::vector<std::string>& exten
          extensions.end();
 }
 
-// One member's header fields, shared by its local and central records.
-struct Member {
-  std::string name;
-  uint16_t version = kVersionDeflated;
-  uint16_t flags = 0;
-  uint16_t method = zip::kMethodStored;
-  uint32_t date_time = 0;
-  uint32_t crc = 0;
-  uint32_t compressed_size = 0;
-  uint32_t uncompressed_size = 0;
-  uint32_t offset = 0;
-};
-
-void PutCommonFields(std::string& out, const Member& member) {
-  zip::Put(out, member.version, 2);
-  zip::Put(out, member.flags, 2);
-  zip::Put(out, member.method, 2);
-  zip::Put(out, member.date_time, 4);
-  zip::Put(out, member.crc, 4);
-  zip::Put(out, member.compressed_size, 4);
-  zip::Put(out, member.uncompressed_size, 4);
-  zip::Put(out, member.name.size(), 2);
-  zip::Put(out, 0, 2);  // no extra field
-}
-
-std::string LocalRecord(const Member& member) {
-  std::string out;
-  zip::Put(out, zip::kLocalHeader, 4);
-  PutCommonFields(out, member);
-  return out + member.name;
-}
-
-std::string CentralRecord(const Member& member) {
-  std::string out;
-  zip::Put(out, zip::kCentralHeader, 4);
-  zip::Put(out, kVersionDeflated, 2);  // made by: MS-DOS attributes, version 2.0
-  PutCommonFields(out, member);
-  zip::Put(out, 0, 2);  // comment length
-  zip::Put(out, 0, 2);  // disk number
-  zip::Put(out, 0, 2);  // internal attributes
-  zip::Put(out, member.name.back() == '/' ? kDosDirectoryAttribute : 0, 4);
-  zip::Put(out, member.offset, 4);
-  return out + member.name;
-}
-
-std::string EndRecord(size_t count, uint64_t directory_size, uint64_t directory_offset) {
-  std::string out;
-  zip::Put(out, zip::kEndRecord, 4);
-  zip::Put(out, 0, 4);  // disk numbers
-  zip::Put(out, count, 2);
-  zip::Put(out, count, 2);
-  zip::Put(out, directory_size, 4);
-  zip::Put(out, directory_offset, 4);
-  zip::Put(out, 0, 2);  // comment length
-  return out;
-}
-
-class ArchiveWriter {
- public:
-  explicit ArchiveWriter(io::Output& output) : output_(output) {}
-  bool Write(const std::string& bytes) {
-    if (output_.Write(bytes.data(), bytes.size()) != static_cast<int64_t>(bytes.size())) {
-      return false;
-    }
-    written_ += bytes.size();
-    return true;
-  }
-  uint64_t written() const { return written_; }
-
- private:
-  io::Output& output_;
-  uint64_t written_ = 0;
-};
-
-// Reads, compresses and writes one source; false after an error line.
+// Reads, compresses and adds one source; false after an error line.
 bool AddMember(io::Opener& sys, const Source& source, const std::vector<std::string>& store,
-               ArchiveWriter& writer, std::vector<Member>& members) {
-  Member member;
-  member.name = source.name;
-  member.offset = static_cast<uint32_t>(writer.written());
-  member.date_time = DosDateTime(sys.GetModifiedTime(source.path));
+               zip::Writer& writer) {
+  const uint32_t date_time = DosDateTime(sys.GetModifiedTime(source.path));
+  const bool directory = source.name.back() == '/';
   std::string data;
-  std::string packed;
-  if (source.name.back() != '/') {
+  if (!directory) {
     std::unique_ptr<io::Input> input(sys.OpenInput(source.path));
     if (!input || !ReadAll(*input, data)) {
       Error("%s: cannot be read", source.path.c_str());
@@ -174,24 +79,36 @@ bool AddMember(io::Opener& sys, const Source& source, const std::vector<std::str
       Error("%s: too large for an archive without zip64", source.path.c_str());
       return false;
     }
-    member.crc = static_cast<uint32_t>(
-        crc32(crc32(0, Z_NULL, 0), reinterpret_cast<const Bytef*>(data.data()),
-              static_cast<uInt>(data.size())));
-    member.uncompressed_size = static_cast<uint32_t>(data.size());
-    if (!HasExtension(source.name, store) && Deflate(data, packed) && packed.size() < data.size()) {
-      member.method = zip::kMethodDeflated;
-      data.swap(packed);
-    } else {
-      member.version = kVersionStored;
+  }
+  zip::Record record(source.name, std::move(data));
+  record.dos_time = static_cast<uint16_t>(date_time);
+  record.dos_date = static_cast<uint16_t>(date_time >> 16);
+  if (directory) {
+    record.external_attributes = kDosDirectoryAttribute;
+  } else {
+    record.version = zip::kVersionStored;
+    if (!HasExtension(source.name, store)) {
+      std::string packed = zip::Deflate(record.data, Z_BEST_COMPRESSION);
+      if (packed.size() < record.data.size()) {
+        record.version = zip::kVersionDeflated;
+        record.method = zip::kMethodDeflated;
+        record.data.swap(packed);
+        record.compress_size = static_cast<uint32_t>(record.data.size());
+      }
     }
-    member.compressed_size = static_cast<uint32_t>(data.size());
   }
-  if (std::any_of(member.name.begin(), member.name.end(),
+  if (std::any_of(record.name.begin(), record.name.end(),
                   [](char c) { return static_cast<unsigned char>(c) >= 0x80; })) {
-    member.flags |= zip::kFlagUtf8;
+    record.flags |= zip::kFlagUtf8;
   }
-  members.push_back(member);
-  return writer.Write(LocalRecord(member)) && writer.Write(data);
+  writer.Add(record);
+  return true;
+}
+
+// Writes out what the writer appended since the last call.
+bool Flush(zip::Writer& writer, io::Output& output) {
+  const std::string bytes = writer.Take();
+  return output.Write(bytes.data(), bytes.size()) == static_cast<int64_t>(bytes.size());
 }
 
 }  // namespace
@@ -212,18 +129,14 @@ int RunPack(const Options& options) {
 
   std::unique_ptr<io::Output> output(sys.OpenOutput(archive_path));
   if (!output) return Error("%s: cannot be created", options.operands[1].c_str());
-  ArchiveWriter writer(*output);
-  std::vector<Member> members;
+  zip::Writer writer;
   bool ok = true;
   for (const Source& source : sources) {
-    ok = AddMember(sys, source, options.store, writer, members);
+    ok = AddMember(sys, source, options.store, writer) && Flush(writer, *output);
     if (!ok) break;
   }
-  uint64_t directory_offset = writer.written();
-  for (size_t i = 0; ok && i < members.size(); ++i) ok = writer.Write(CentralRecord(members[i]));
-  ok = ok && writer.written() < zip::kMax32 &&
-       writer.Write(EndRecord(members.size(), writer.written() - directory_offset,
-                              directory_offset));
+  // The end record holds the directory's offset and size in 32 bits.
+  ok = ok && writer.Finish().size() - zip::kEndRecordSize < zip::kMax32 && Flush(writer, *output);
   output->Close();
   if (ok) return 0;
   sys.RemoveFile(archive_path);

@@ -31,7 +31,7 @@ velmio_find_peer(minizip minizip minizip/unzip.h minizip)
 
 add_executable(peers peers/main.cc peers/drain.cc peers/peak_memory.cc
   peers/velmio_reader.cc peers/workload.cc)
-target_link_libraries(peers PRIVATE velmio velmio_bench_archive
+target_link_libraries(peers PRIVATE velmio velmio_bench_text velmio_zip_writer
   Threads::Threads velmio_warnings)
 
 # One small library per peer, so that each adapter sees only its own

@@ -5,7 +5,8 @@
 #include <fstream>
 #include <random>
 
-#include "archive_writer.h"
+#include "text_like.h"
+#include "zip_writer.h"
 
 namespace velm::bench {
 namespace {
@@ -23,35 +24,44 @@ std::string WriteFile(const std::string& folder, const char* name,
   return path;
 }
 
+// 2021-06-01 12:00:00: some readers take a zero date for a broken one.
+zip::Record Dated(const std::string& name, const std::string& content, bool deflate) {
+  zip::Record record(name, content, deflate ? zip::kMethodDeflated : zip::kMethodStored);
+  record.dos_time = 12 << 11;
+  record.dos_date = (41 << 9) | (6 << 5) | 1;
+  return record;
+}
+
 }  // namespace
 
 Workload WriteWorkload(const std::string& folder) {
   std::filesystem::create_directories(std::filesystem::u8path(folder));
   Workload work;
   std::mt19937 random(20240601);
-  ZipWriter writer;
   {
     std::string content = TextLike(random, kBigSize);
-    uint32_t crc = Crc32(content);
-    writer.Add("deflated", content, true);
-    work.big_compressed = writer.data_bytes();
-    writer.Add("stored", content, false);
-    work.big = {{"deflated", kBigSize, crc}, {"stored", kBigSize, crc}};
+    zip::Record deflated = Dated("deflated", content, true);
+    work.big_compressed = deflated.data.size();
+    work.big = {{"deflated", kBigSize, deflated.crc}, {"stored", kBigSize, deflated.crc}};
+    zip::Writer writer;
+    writer.Add(deflated).Add(Dated("stored", content, false)).Finish();
+    work.big_path = WriteFile(folder, "big.zip", writer.bytes);
   }
-  work.big_path = WriteFile(folder, "big.zip", writer.Finish());
 
+  zip::Writer writer;
   std::uniform_int_distribution<size_t> size(200, 8192);
   for (int i = 0; i < kSmallCount; ++i) {
     char name[64];
     std::snprintf(name, sizeof(name), "dir%02d/member%05d.txt", i % kFolders,
                   i);
     std::string content = TextLike(random, size(random));
-    writer.Add(name, content, true);
-    work.smalls.push_back({name, content.size(), Crc32(content)});
+    zip::Record record = Dated(name, content, true);
+    writer.Add(record);
+    work.smalls.push_back({name, content.size(), record.crc});
     work.smalls_bytes += content.size();
+    work.smalls_compressed += record.data.size();
   }
-  work.smalls_compressed = writer.data_bytes();
-  work.smalls_path = WriteFile(folder, "smalls.zip", writer.Finish());
+  work.smalls_path = WriteFile(folder, "smalls.zip", writer.Finish().bytes);
   return work;
 }
 

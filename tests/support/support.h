@@ -4,7 +4,6 @@
 #define VELMIO_TESTS_SUPPORT_SUPPORT_H_
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <atomic>
 #include <cstdint>
@@ -14,7 +13,6 @@
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <random>
 #include <sstream>
 #include <string>
@@ -25,6 +23,7 @@
 #include <velm/log/log>
 
 #include "platform/platform.h"
+#include "zip_writer.h"
 
 namespace fs = std::filesystem;
 
@@ -141,56 +140,9 @@ struct LogCapture {
   std::vector<Line> lines;
 };
 
-// One local zip record, every field under the test's control. Method 8
-// deflates content into data, raw as zip holds it; unset sizes are those of
-// data and content.
-struct ZipRecord {
-  ZipRecord(std::string name, std::string content, uint16_t method = 0, int level = 6)
-      : name(std::move(name)), data(content), content(std::move(content)), method(method) {
-    if (method != 8) return;
-    z_stream stream = {};
-    deflateInit2(&stream, level, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
-    data.assign(deflateBound(&stream, this->content.size()), '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(&this->content[0]);
-    stream.avail_in = static_cast<uInt>(this->content.size());
-    stream.next_out = reinterpret_cast<Bytef*>(&data[0]);
-    stream.avail_out = static_cast<uInt>(data.size());
-    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) throw std::runtime_error("deflate");
-    data.resize(stream.total_out);
-    deflateEnd(&stream);
-  }
-  std::string name, data, content, extra;
-  uint16_t method, flags = 0, dos_time = 0, dos_date = 0;
-  std::optional<uint32_t> compress_size, uncompress_size;
-  std::optional<uint16_t> name_length;  // may claim more than name holds
-};
-
-struct ZipWriter {
-  ZipWriter& Add(const ZipRecord& r) {
-    auto put = [this](uint32_t value, int size) {
-      for (int i = 0; i < size; ++i) bytes.push_back(static_cast<char>(value >> (8 * i)));
-    };
-    header_offsets.push_back(bytes.size());
-    put(0x04034b50, 4), put(20, 2), put(r.flags, 2), put(r.method, 2), put(r.dos_time, 2), put(r.dos_date, 2);
-    put(crc32(0, reinterpret_cast<const Bytef*>(r.content.data()), r.content.size()), 4);
-    put(r.compress_size.value_or(r.data.size()), 4), put(r.uncompress_size.value_or(r.content.size()), 4);
-    put(r.name_length.value_or(r.name.size()), 2), put(r.extra.size(), 2);
-    bytes += r.name + r.extra;
-    data_offsets.push_back(bytes.size());
-    bytes += r.data;
-    return *this;
-  }
-  ZipWriter& Stored(const std::string& name, const std::string& content) { return Add(ZipRecord(name, content)); }
-  ZipWriter& Deflated(const std::string& name, const std::string& content, int level = 6) {
-    return Add(ZipRecord(name, content, 8, level));
-  }
-  ZipWriter& Finish() {  // a central directory and end record: no local records
-    bytes += std::string("PK\x01\x02", 4) + std::string(42, '\0') + std::string("PK\x05\x06", 4) + std::string(18, '\0');
-    return *this;
-  }
-  std::string bytes;
-  std::vector<uint32_t> header_offsets, data_offsets;  // in the order of Add
-};
+// Zip records with every field under the test's control.
+using ZipRecord = zip::Record;
+using ZipWriter = zip::Writer;
 
 struct ZipUnloader {
   void operator()(io::Opener* opener) const { io::UnloadZip(opener); }

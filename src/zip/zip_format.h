@@ -1,12 +1,13 @@
-// Record layout of the zip format, as far as the tool reads and writes it.
-#ifndef VELMIO_TOOLS_ZIP_FORMAT_H_
-#define VELMIO_TOOLS_ZIP_FORMAT_H_
+// Record layout of the zip format: what the library, the tool, the tests and
+// the benchmarks read and write.
+#ifndef VELMIO_ZIP_ZIP_FORMAT_H_
+#define VELMIO_ZIP_ZIP_FORMAT_H_
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-namespace zip {
+namespace velm::zip {
 
 constexpr uint32_t kLocalHeader = 0x04034b50;
 constexpr uint32_t kCentralHeader = 0x02014b50;
@@ -30,6 +31,20 @@ constexpr uint16_t kFlagUtf8 = 1 << 11;
 constexpr uint16_t kMethodStored = 0;
 constexpr uint16_t kMethodDeflated = 8;
 
+// Version needed to extract: 1.0 for stored data, 2.0 for deflate and for
+// directories.
+constexpr uint16_t kVersionStored = 10;
+constexpr uint16_t kVersionDeflated = 20;
+
+inline uint16_t Little16(const unsigned char* p) {
+  return static_cast<uint16_t>(p[0] | (p[1] << 8));
+}
+
+inline uint32_t Little32(const unsigned char* p) {
+  return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
+         (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
+}
+
 // Little-endian integer of `bytes` bytes at p.
 inline uint64_t Get(const unsigned char* p, int bytes) {
   uint64_t value = 0;
@@ -41,6 +56,6 @@ inline void Put(std::string& out, uint64_t value, int bytes) {
   for (int i = 0; i < bytes; ++i) out.push_back(static_cast<char>(value >> (8 * i)));
 }
 
-}  // namespace zip
+}  // namespace velm::zip
 
-#endif  // VELMIO_TOOLS_ZIP_FORMAT_H_
+#endif  // VELMIO_ZIP_ZIP_FORMAT_H_
