@@ -8,28 +8,19 @@
 
 #include "zip/inflate_member.h"
 #include "zip/input_zip.h"
+#include "zip/zip_format.h"
 
 namespace velm::io {
 
 namespace {
 
-constexpr size_t kHeaderSize = 30;
-constexpr uint32_t kLocalHeaderSignature = 0x04034b50;
-
 // The keys of the index, parents included, may take this many bytes per byte
-// of archive walked, plus a fixed allowance. Parent entries_ let the keys of
+// of archive walked, plus a fixed allowance. Parent entries let the keys of
 // one name grow with the square of its length; archives that real tools
 // write stay far below. The record that would pass the bound ends the walk
 // as a malformed record does.
 constexpr uint64_t kKeyBytesPerArchiveByte = 4;
 constexpr uint64_t kKeyBytesAllowance = uint64_t{1} << 20;
-
-uint16_t Little16(const unsigned char* p) { return static_cast<uint16_t>(p[0] | (p[1] << 8)); }
-
-uint32_t Little32(const unsigned char* p) {
-  return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-         (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
-}
 
 // Byte order on unsigned values, a prefix first; names hold no NUL.
 bool NameLess(const ZipEntry* a, const ZipEntry* b) { return std::strcmp(a->name, b->name) < 0; }
@@ -58,19 +49,20 @@ bool OpenerZip::ScanArchive(Input* input) {
     std::vector<size_t> parents;
     uint64_t key_bytes = 0;
     for (;;) {
-      unsigned char header[kHeaderSize];
-      if (input->Read(header, kHeaderSize) != static_cast<int64_t>(kHeaderSize)) break;
-      if (Little32(header) != kLocalHeaderSignature) break;
+      unsigned char header[zip::kLocalHeaderSize];
+      if (input->Read(header, zip::kLocalHeaderSize) != static_cast<int64_t>(zip::kLocalHeaderSize))
+        break;
+      if (zip::Little32(header) != zip::kLocalHeader) break;
       ZipEntry entry;
-      entry.flags = Little16(header + 6);
-      entry.compress_method = Little16(header + 8);
-      entry.dos_time = Little16(header + 10);
-      entry.dos_date = Little16(header + 12);
-      entry.crc32 = Little32(header + 14);
-      entry.compress_size = Little32(header + 18);
-      entry.uncompress_size = Little32(header + 22);
-      const uint16_t name_length = Little16(header + 26);
-      const uint16_t extra_length = Little16(header + 28);
+      entry.flags = zip::Little16(header + 6);
+      entry.compress_method = zip::Little16(header + 8);
+      entry.dos_time = zip::Little16(header + 10);
+      entry.dos_date = zip::Little16(header + 12);
+      entry.crc32 = zip::Little32(header + 14);
+      entry.compress_size = zip::Little32(header + 18);
+      entry.uncompress_size = zip::Little32(header + 22);
+      const uint16_t name_length = zip::Little16(header + 26);
+      const uint16_t extra_length = zip::Little16(header + 28);
 
       entry_name.assign(name_length, '\0');
       if (name_length > 0 && input->Read(&entry_name[0], name_length) != name_length) {
@@ -161,9 +153,9 @@ Input* OpenerZip::OpenInput(const std::string& path) {
   if (found == entries_.end()) return nullptr;
   const ZipEntry& entry = found->second;
   switch (entry.compress_method) {
-    case 0:
+    case zip::kMethodStored:
       return OpenStored(standard, entry);
-    case 8:
+    case zip::kMethodDeflated:
       return OpenDeflated(standard, entry);
     default:
       velm::log::LogError(LogChannel, "Compress method %d is not available for file %s",
