@@ -40,10 +40,8 @@ Memory ReadMemory() {
   std::ifstream status("/proc/self/status");
   std::string line;
   while (std::getline(status, line)) {
-    if (line.rfind("VmPeak:", 0) == 0)
-      memory.vm_peak_kib = std::atol(line.c_str() + 7);
-    if (line.rfind("VmHWM:", 0) == 0)
-      memory.rss_peak_kib = std::atol(line.c_str() + 6);
+    if (line.rfind("VmPeak:", 0) == 0) memory.vm_peak_kib = std::atol(line.c_str() + 7);
+    if (line.rfind("VmHWM:", 0) == 0) memory.rss_peak_kib = std::atol(line.c_str() + 6);
   }
   return memory;
 }
@@ -80,8 +78,7 @@ void ReadSome(velm::io::Input& input, const std::string* head, Totals& totals) {
   totals.bytes += done;
 }
 
-void ReadArchive(velm::io::Opener& zip, const std::string* head,
-                 Totals& totals) {
+void ReadArchive(velm::io::Opener& zip, const std::string* head, Totals& totals) {
   std::vector<std::string> names;
   zip.ListFiles("", true, names);
   totals.members += static_cast<long>(names.size());
@@ -160,9 +157,8 @@ int main(int argc, char** argv) {
       "load_s=%.3f total_s=%.3f archives=%d loaded=%d members=%ld opened=%ld "
       "bytes=%lld vm_base_kib=%ld vm_peak_kib=%ld rss_base_kib=%ld "
       "rss_peak_kib=%ld bytes_ok=%d\n",
-      load_seconds, total_seconds, totals.archives, totals.loaded,
-      totals.members, totals.opened, static_cast<long long>(totals.bytes),
-      base.vm_peak_kib, peak.vm_peak_kib, base.rss_peak_kib,
+      load_seconds, total_seconds, totals.archives, totals.loaded, totals.members, totals.opened,
+      static_cast<long long>(totals.bytes), base.vm_peak_kib, peak.vm_peak_kib, base.rss_peak_kib,
       peak.rss_peak_kib, totals.bytes_wrong ? 0 : 1);
   return status;
 }

@@ -24,9 +24,7 @@ constexpr std::size_t kLargeSize = std::size_t{256} << 20;
 class BenchFile {
  public:
   explicit BenchFile(std::size_t size) {
-    path = (fs::temp_directory_path() /
-            ("velmio-mmap-bench-" + std::to_string(size)))
-               .u8string();
+    path = (fs::temp_directory_path() / ("velmio-mmap-bench-" + std::to_string(size))).u8string();
     std::ofstream out(fs::u8path(path), std::ios::binary | std::ios::trunc);
     std::vector<char> chunk(1 << 20);
     for (std::size_t i = 0; i < chunk.size(); ++i) {
@@ -103,12 +101,10 @@ void BM_ReadInputMMap(benchmark::State& state) {
   std::vector<char> buffer(static_cast<std::size_t>(state.range(0)));
   for (auto _ : state) {
     input->Seek(0, SEEK_SET);
-    while (input->Read(buffer.data(), buffer.size()) > 0) {
-    }
+    while (input->Read(buffer.data(), buffer.size()) > 0) {}
     benchmark::ClobberMemory();
   }
-  state.SetBytesProcessed(state.iterations() *
-                          static_cast<int64_t>(kLargeSize));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(kLargeSize));
 }
 BENCHMARK(BM_ReadInputMMap)->Arg(4 << 10)->Arg(1 << 20);
 
@@ -128,8 +124,7 @@ void BM_MemcpyView(benchmark::State& state) {
     }
     benchmark::ClobberMemory();
   }
-  state.SetBytesProcessed(state.iterations() *
-                          static_cast<int64_t>(kLargeSize));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(kLargeSize));
 }
 BENCHMARK(BM_MemcpyView)->Arg(4 << 10)->Arg(1 << 20);
 

@@ -5,10 +5,10 @@
 namespace velm::bench {
 
 std::string TextLike(std::mt19937& random, size_t size) {
-  static const char* const kSyllables[] = {
-      "an", "be", "ca", "de", "el", "fo", "ga", "hi", "in", "jo", "ka",
-      "le", "mo", "na", "or", "pe", "qu", "ra", "st", "th", "un", "ve",
-      "wa", "xe", "yo", "ze", "ing", "ter", "tion", "ous", "ly", "ment"};
+  static const char* const kSyllables[] = {"an", "be", "ca",  "de",  "el",   "fo",  "ga", "hi",
+                                           "in", "jo", "ka",  "le",  "mo",   "na",  "or", "pe",
+                                           "qu", "ra", "st",  "th",  "un",   "ve",  "wa", "xe",
+                                           "yo", "ze", "ing", "ter", "tion", "ous", "ly", "ment"};
   constexpr size_t kSyllableCount = sizeof(kSyllables) / sizeof(kSyllables[0]);
   // Phrases of words of syllables: the repeats at every level are what
   // deflate finds in prose, logs and scripts.

@@ -34,15 +34,15 @@ struct Archives {
   std::string big;   // "deflated" and "stored", 16 MiB each
 
   Archives() {
-    dir = fs::temp_directory_path() /
-          ("velmio-zip-bench-" + std::to_string(std::random_device()()));
+    dir =
+        fs::temp_directory_path() / ("velmio-zip-bench-" + std::to_string(std::random_device()()));
     fs::create_directories(dir);
     velm::zip::Writer writer;
     for (int i = 0; i < 10000; ++i) {
-      writer.Add(velm::zip::Record(
-          "dir" + std::to_string(i % 100) + "/file" + std::to_string(i),
-          "content of member " + std::to_string(i),
-          i % 2 == 0 ? velm::zip::kMethodDeflated : velm::zip::kMethodStored));
+      writer.Add(
+          velm::zip::Record("dir" + std::to_string(i % 100) + "/file" + std::to_string(i),
+                            "content of member " + std::to_string(i),
+                            i % 2 == 0 ? velm::zip::kMethodDeflated : velm::zip::kMethodStored));
     }
     many = Write("many.zip", writer.Finish().bytes);
 
@@ -105,9 +105,7 @@ void ReadMember(benchmark::State& state, const char* member) {
   state.SetBytesProcessed(state.iterations() * kBigMember);
 }
 
-void BM_ReadDeflated16MiB(benchmark::State& state) {
-  ReadMember(state, "deflated");
-}
+void BM_ReadDeflated16MiB(benchmark::State& state) { ReadMember(state, "deflated"); }
 void BM_ReadStored16MiB(benchmark::State& state) { ReadMember(state, "stored"); }
 
 // 0 sys, 1 cfile, 2 mmap.

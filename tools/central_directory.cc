@@ -27,8 +27,8 @@ struct DirectoryBounds {
 // may hold at most 65535 bytes.
 bool FindEndRecord(velm::io::Input& archive, uint64_t file_size, std::string& tail,
                    uint64_t& tail_start, size_t& at) {
-  size_t window = static_cast<size_t>(
-      std::min<uint64_t>(file_size, zip::kEndRecordSize + zip::kMax16));
+  size_t window =
+      static_cast<size_t>(std::min<uint64_t>(file_size, zip::kEndRecordSize + zip::kMax16));
   tail_start = file_size - window;
   if (window < zip::kEndRecordSize || !ReadAt(archive, tail_start, window, tail)) return false;
   for (size_t i = window - zip::kEndRecordSize + 1; i-- > 0;) {
@@ -45,8 +45,8 @@ bool ReadBounds(velm::io::Input& archive, DirectoryBounds& bounds, std::string& 
   std::string tail;
   uint64_t tail_start = 0;
   size_t at = 0;
-  if (file_size <= 0 || !FindEndRecord(archive, static_cast<uint64_t>(file_size), tail,
-                                       tail_start, at)) {
+  if (file_size <= 0 ||
+      !FindEndRecord(archive, static_cast<uint64_t>(file_size), tail, tail_start, at)) {
     error = "no end of central directory record";
     return false;
   }
@@ -83,8 +83,8 @@ void ApplyZip64Extra(const unsigned char* extra, size_t size, CentralEntry& entr
     pos += 4 + length;
     if (tag != zip::kZip64ExtraTag || pos > size) continue;
     size_t used = 0;
-    for (uint64_t* value : {&entry.uncompressed_size, &entry.compressed_size,
-                            &entry.header_offset}) {
+    for (uint64_t* value :
+         {&entry.uncompressed_size, &entry.compressed_size, &entry.header_offset}) {
       if (*value != zip::kMax32 || used + 8 > length) continue;
       *value = zip::Get(field + used, 8);
       used += 8;
@@ -94,8 +94,7 @@ void ApplyZip64Extra(const unsigned char* extra, size_t size, CentralEntry& entr
 
 }  // namespace
 
-bool ReadCentralDirectory(velm::io::Input& archive, CentralDirectory& out,
-                          std::string& error) {
+bool ReadCentralDirectory(velm::io::Input& archive, CentralDirectory& out, std::string& error) {
   DirectoryBounds bounds;
   if (!ReadBounds(archive, bounds, error)) return false;
   // With a stub in front, the directory ends right before the end record
@@ -106,9 +105,8 @@ bool ReadCentralDirectory(velm::io::Input& archive, CentralDirectory& out,
   }
   out.stub_size = bounds.end_record - bounds.offset - bounds.size;
   std::string directory;
-  if (bounds.size > bounds.end_record ||
-      !ReadAt(archive, bounds.offset + out.stub_size, static_cast<size_t>(bounds.size),
-              directory)) {
+  if (bounds.size > bounds.end_record || !ReadAt(archive, bounds.offset + out.stub_size,
+                                                 static_cast<size_t>(bounds.size), directory)) {
     error = "the central directory cannot be read";
     return false;
   }

@@ -18,16 +18,16 @@ struct CentralEntry {
   uint16_t flags = 0;
   uint16_t method = 0;
   uint32_t crc32 = 0;
-  uint64_t compressed_size = 0;    // zip64 values where the record has them
+  uint64_t compressed_size = 0;  // zip64 values where the record has them
   uint64_t uncompressed_size = 0;
-  uint64_t header_offset = 0;      // position of the local header in the file
+  uint64_t header_offset = 0;  // position of the local header in the file
 };
 
 struct LocalHeader {
   uint16_t flags = 0;
   uint32_t compressed_size = 0;  // as the header holds them, 0xFFFFFFFF for zip64
   uint32_t uncompressed_size = 0;
-  uint64_t data_offset = 0;      // behind the name and the extra field
+  uint64_t data_offset = 0;  // behind the name and the extra field
 };
 
 struct CentralDirectory {
@@ -40,8 +40,7 @@ struct CentralDirectory {
 // Finds the end record (and zip64 end record) and reads every central
 // header. False with a reason in error when the archive has none or it is
 // damaged.
-bool ReadCentralDirectory(velm::io::Input& archive, CentralDirectory& out,
-                          std::string& error);
+bool ReadCentralDirectory(velm::io::Input& archive, CentralDirectory& out, std::string& error);
 
 // The local header at offset; false when none is there.
 bool ReadLocalHeader(velm::io::Input& archive, uint64_t offset, LocalHeader& out);

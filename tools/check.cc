@@ -109,20 +109,20 @@ void ReadThroughLibrary(io::Opener& archive, const CentralEntry& entry, Finding&
     return true;
   });
   if (count < 0 || static_cast<uint64_t>(count) != entry.uncompressed_size) {
-    finding.outcome = "reads " + std::to_string(count < 0 ? 0 : count) + " of " +
-                      Bytes(entry.uncompressed_size);
+    finding.outcome =
+        "reads " + std::to_string(count < 0 ? 0 : count) + " of " + Bytes(entry.uncompressed_size);
   } else if (crc != entry.crc32) {
     finding.outcome = "reads other bytes";
     finding.reasons.push_back("CRC-32 does not match");
   }
 }
 
-void Observe(io::Opener* archive, const std::set<std::string>& seen,
-             const CentralEntry& entry, Finding& finding) {
+void Observe(io::Opener* archive, const std::set<std::string>& seen, const CentralEntry& entry,
+             Finding& finding) {
   if (!finding.outcome.empty()) return;
   bool directory = !entry.name.empty() && entry.name.back() == '/';
-  if (archive == nullptr || (directory ? !archive->IsDirectory(entry.name)
-                                       : seen.count(entry.name) == 0)) {
+  if (archive == nullptr ||
+      (directory ? !archive->IsDirectory(entry.name) : seen.count(entry.name) == 0)) {
     finding.outcome = "not seen";
   } else if (!IsReachableName(entry.name)) {
     finding.outcome = "cannot be opened by its name";
@@ -165,8 +165,8 @@ int RunCheck(const Options& options) {
     for (const std::string& reason : finding.reasons) {
       reasons += (reasons.empty() ? " (" : "; ") + reason;
     }
-    std::printf("%s: %s%s%s\n", entries[i].name.c_str(), finding.outcome.c_str(),
-                reasons.c_str(), reasons.empty() ? "" : ")");
+    std::printf("%s: %s%s%s\n", entries[i].name.c_str(), finding.outcome.c_str(), reasons.c_str(),
+                reasons.empty() ? "" : ")");
   }
   std::printf("%s: %llu members, %llu cannot be seen or read whole\n", name,
               static_cast<unsigned long long>(entries.size()),

@@ -64,8 +64,7 @@ int RunLs(const Options& options) {
   io::Opener& container = chain.container();
   io::Opener* opener = &container;
   std::string root;
-  if (!chain.nested() && container.IsDirectory(chain.path()) &&
-      !container.IsFile(chain.path())) {
+  if (!chain.nested() && container.IsDirectory(chain.path()) && !container.IsFile(chain.path())) {
     root = Join(chain.path(), directory);
   } else {
     opener = chain.Load();
@@ -89,8 +88,7 @@ int RunLs(const Options& options) {
     }
     EntryInfo info = Describe(*opener, recursive ? Join(root, name) : name);
     std::printf("%10s  %-19s  %-4s  %s\n", FormatSize(info.size).c_str(),
-                FormatTime(info.modified).c_str(), info.directory ? "dir" : "file",
-                name.c_str());
+                FormatTime(info.modified).c_str(), info.directory ? "dir" : "file", name.c_str());
   }
   return 0;
 }

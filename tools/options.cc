@@ -8,10 +8,14 @@ namespace {
 namespace io = velm::io;
 
 bool ParseBackEnd(const std::string& name, io::OpenerType& type) {
-  if (name == "sys") type = io::OpenerTypeSys;
-  else if (name == "cfile") type = io::OpenerTypeCFile;
-  else if (name == "mmap") type = io::OpenerTypeMMap;
-  else return false;
+  if (name == "sys")
+    type = io::OpenerTypeSys;
+  else if (name == "cfile")
+    type = io::OpenerTypeCFile;
+  else if (name == "mmap")
+    type = io::OpenerTypeMMap;
+  else
+    return false;
   return true;
 }
 

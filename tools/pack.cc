@@ -49,18 +49,17 @@ uint32_t DosDateTime(int64_t seconds) {
   std::time_t time = static_cast<std::time_t>(seconds < 0 ? 0 : seconds);
   const std::tm* local = std::localtime(&time);
   if (local == nullptr || local->tm_year < 80) return (1 << 5 | 1) << 16;  // 1980-01-01
-  uint32_t date = static_cast<uint32_t>((local->tm_year - 80) << 9 | (local->tm_mon + 1) << 5 |
-                                        local->tm_mday);
-  uint32_t clock = static_cast<uint32_t>(local->tm_hour << 11 | local->tm_min << 5 |
-                                         local->tm_sec / 2);
+  uint32_t date =
+      static_cast<uint32_t>((local->tm_year - 80) << 9 | (local->tm_mon + 1) << 5 | local->tm_mday);
+  uint32_t clock =
+      static_cast<uint32_t>(local->tm_hour << 11 | local->tm_min << 5 | local->tm_sec / 2);
   return date << 16 | clock;
 }
 
 bool HasExtension(const std::string& name, const std::vector<std::string>& extensions) {
   std::string::size_type dot = name.rfind('.');
   if (dot == std::string::npos || name.find('/', dot) != std::string::npos) return false;
-  return std::find(extensions.begin(), extensions.end(), name.substr(dot + 1)) !=
-         extensions.end();
+  return std::find(extensions.begin(), extensions.end(), name.substr(dot + 1)) != extensions.end();
 }
 
 // Reads, compresses and adds one source; false after an error line.

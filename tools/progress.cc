@@ -25,7 +25,9 @@ std::string Amount(double bytes) {
 }  // namespace
 
 Progress::Progress(size_t members, bool terminal)
-    : members_(members), terminal_(terminal), start_(std::chrono::steady_clock::now()),
+    : members_(members),
+      terminal_(terminal),
+      start_(std::chrono::steady_clock::now()),
       last_draw_(start_) {
   // Warnings and errors clear the bar first, so that they stand on a line of
   // their own; the next draw brings it back.
@@ -57,8 +59,7 @@ void Progress::Finish(size_t failed, size_t skipped) {
                "velmio: extracted %llu members (%llu failed, %llu skipped), %s in %.2f s (%s/s)\n",
                static_cast<unsigned long long>(done_ - failed),
                static_cast<unsigned long long>(failed), static_cast<unsigned long long>(skipped),
-               Amount(static_cast<double>(bytes_)).c_str(), Seconds(),
-               Amount(Rate()).c_str());
+               Amount(static_cast<double>(bytes_)).c_str(), Seconds(), Amount(Rate()).c_str());
 }
 
 void Progress::ClearLine(void* self) {
@@ -76,8 +77,7 @@ void Progress::Draw(bool force) {
   bar.resize(kBarWidth, '.');
   char line[160];
   std::snprintf(line, sizeof line, "[%s] %llu/%llu members  %s  %s/s", bar.c_str(),
-                static_cast<unsigned long long>(done_),
-                static_cast<unsigned long long>(members_),
+                static_cast<unsigned long long>(done_), static_cast<unsigned long long>(members_),
                 Amount(static_cast<double>(bytes_)).c_str(), Amount(Rate()).c_str());
   std::fprintf(stderr, "\r%-*s", kLineWidth, line);
   std::fflush(stderr);

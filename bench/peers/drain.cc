@@ -31,24 +31,22 @@ bool Drain::Take(int64_t got) {
   if (got == 0) return false;
   bytes_ += static_cast<uint64_t>(got);
   if (verify_) {
-    crc_ = static_cast<uint32_t>(crc32_z(
-        crc_, reinterpret_cast<const Bytef*>(buffer_.data()),
-        static_cast<size_t>(got)));
+    crc_ = static_cast<uint32_t>(
+        crc32_z(crc_, reinterpret_cast<const Bytef*>(buffer_.data()), static_cast<size_t>(got)));
   }
   return true;
 }
 
 void Drain::Finish() {
   if (bytes_ != entry_->size) {
-    Fail("read " + std::to_string(bytes_) + " bytes, expected " +
-         std::to_string(entry_->size));
+    Fail("read " + std::to_string(bytes_) + " bytes, expected " + std::to_string(entry_->size));
   }
   if (verify_ && crc_ != entry_->crc) Fail("CRC-32 differs");
 }
 
 void Drain::Fail(const std::string& what) const {
-  velm::bench::Fail(reader_ + ", member " +
-                    (entry_ ? entry_->name : std::string("?")) + ": " + what);
+  velm::bench::Fail(reader_ + ", member " + (entry_ ? entry_->name : std::string("?")) + ": " +
+                    what);
 }
 
 }  // namespace velm::bench

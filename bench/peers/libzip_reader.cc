@@ -13,15 +13,13 @@ class LibzipMounted : public Mounted {
   explicit LibzipMounted(zip_t* archive) : archive_(archive) {}
   ~LibzipMounted() override { zip_discard(archive_); }
 
-  void Read(const std::vector<Entry>& entries, size_t first, size_t last,
-            bool verify) override {
+  void Read(const std::vector<Entry>& entries, size_t first, size_t last, bool verify) override {
     Drain drain("libzip", verify);
     for (size_t i = first; i < last; ++i) {
       drain.Start(entries[i]);
       zip_file_t* file = zip_fopen(archive_, entries[i].name.c_str(), 0);
       if (!file) drain.Fail(std::string("zip_fopen: ") + zip_strerror(archive_));
-      while (drain.Take(zip_fread(file, drain.data(), drain.size()))) {
-      }
+      while (drain.Take(zip_fread(file, drain.data(), drain.size()))) {}
       if (zip_fclose(file) != 0) drain.Fail("zip_fclose failed");
       drain.Finish();
     }
@@ -49,8 +47,6 @@ class LibzipReader : public Reader {
 
 }  // namespace
 
-std::unique_ptr<Reader> MakeLibzipReader() {
-  return std::make_unique<LibzipReader>();
-}
+std::unique_ptr<Reader> MakeLibzipReader() { return std::make_unique<LibzipReader>(); }
 
 }  // namespace velm::bench

@@ -39,9 +39,8 @@ namespace {
 
 enum Column { kMount, kDeflated, kStored, kSmalls, kTwoThreads, kColumns };
 
-const char* const kHeads[kColumns] = {"mount ms", "64 MiB deflated ms",
-                                      "64 MiB stored ms", "10k smalls ms",
-                                      "2 threads ms"};
+const char* const kHeads[kColumns] = {"mount ms", "64 MiB deflated ms", "64 MiB stored ms",
+                                      "10k smalls ms", "2 threads ms"};
 
 // The 10,000 smalls split in two halves, one per thread. Readers whose
 // handle is for one thread mount the archive once per thread.
@@ -54,17 +53,15 @@ void ReadInTwoThreads(Reader& reader, const Workload& work, bool verify) {
     mounted->Read(smalls, 0, half, verify);
     other.join();
   } else {
-    std::thread other([&] {
-      reader.Mount(work.smalls_path)->Read(smalls, half, smalls.size(), verify);
-    });
+    std::thread other(
+        [&] { reader.Mount(work.smalls_path)->Read(smalls, half, smalls.size(), verify); });
     reader.Mount(work.smalls_path)->Read(smalls, 0, half, verify);
     other.join();
   }
 }
 
 // Milliseconds for one measurement: mount, the column's work, unmount.
-double Measure(Reader& reader, Column column, const Workload& work,
-               bool verify) {
+double Measure(Reader& reader, Column column, const Workload& work, bool verify) {
   auto start = std::chrono::steady_clock::now();
   switch (column) {
     case kMount:
@@ -77,8 +74,7 @@ double Measure(Reader& reader, Column column, const Workload& work,
       reader.Mount(work.big_path)->Read(work.big, 1, 2, verify);
       break;
     case kSmalls:
-      reader.Mount(work.smalls_path)
-          ->Read(work.smalls, 0, work.smalls.size(), verify);
+      reader.Mount(work.smalls_path)->Read(work.smalls, 0, work.smalls.size(), verify);
       break;
     case kTwoThreads:
       ReadInTwoThreads(reader, work, verify);
@@ -86,8 +82,7 @@ double Measure(Reader& reader, Column column, const Workload& work,
     case kColumns:
       break;
   }
-  std::chrono::duration<double, std::milli> took =
-      std::chrono::steady_clock::now() - start;
+  std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
   return took.count();
 }
 
@@ -127,8 +122,7 @@ std::string Ratio(double ratio) {
   return Format(ratio >= 1 ? "%.2fx faster" : "%.2fx (slower)", ratio);
 }
 
-void PrintLine(const std::vector<std::string>& cells,
-               const std::vector<size_t>& widths) {
+void PrintLine(const std::vector<std::string>& cells, const std::vector<size_t>& widths) {
   std::string line = "|";
   for (size_t i = 0; i < cells.size(); ++i) {
     std::string cell = cells[i];
@@ -150,8 +144,7 @@ void PrintTable(const std::vector<Row>& rows) {
       cells.push_back(Format(c == kMount ? "%.2f" : "%.1f", row.median[c]));
     }
     if (!row.reader->IndexesAtMount()) cells[1 + kMount] += " (lazy)";
-    std::string speedup = Format("%.2fx", row.median[kSmalls] /
-                                              row.median[kTwoThreads]);
+    std::string speedup = Format("%.2fx", row.median[kSmalls] / row.median[kTwoThreads]);
     std::string note = row.reader->ThreadNote();
     cells.push_back(note.empty() ? speedup : speedup + " (" + note + ")");
     lines.push_back(cells);
@@ -187,12 +180,10 @@ const Row* Find(const std::vector<Row>& rows, const std::string& name) {
 
 // One goal the library's work is aiming at, with what this run measured.
 void PrintTarget(const char* goal, double value, double needed) {
-  std::printf("  %-58s %6.2fx  %s\n", goal, value,
-              value >= needed ? "met" : "not met");
+  std::printf("  %-58s %6.2fx  %s\n", goal, value, value >= needed ? "met" : "not met");
 }
 
-void PrintTargets(const std::vector<Row>& rows, const PeakMemory& peak,
-                  uint64_t member_size) {
+void PrintTargets(const std::vector<Row>& rows, const PeakMemory& peak, uint64_t member_size) {
   const Row* mmap = Find(rows, "velmio mmap");
   const Row* cfile = Find(rows, "velmio cfile");
   const Row* libzip = Find(rows, "libzip");
@@ -241,8 +232,8 @@ std::string MachineLine() {
       break;
     }
   }
-  return "nproc " + std::to_string(std::thread::hardware_concurrency()) +
-         ", " + cpu + ", load average " + load.substr(0, load.find(' ', 10));
+  return "nproc " + std::to_string(std::thread::hardware_concurrency()) + ", " + cpu +
+         ", load average " + load.substr(0, load.find(' ', 10));
 }
 
 int Usage() {
@@ -266,8 +257,7 @@ int Main(int argc, char** argv) {
   }
   bool keep = !folder.empty();
   if (!keep) {
-    folder = (std::filesystem::temp_directory_path() /
-              ("velmio-peers-" + std::to_string(getpid())))
+    folder = (std::filesystem::temp_directory_path() / ("velmio-peers-" + std::to_string(getpid())))
                  .u8string();
   }
 
@@ -277,8 +267,8 @@ int Main(int argc, char** argv) {
   std::printf(
       "A: 64 MiB member deflated %.1f:1, and the same member stored; "
       "B: %zu deflated members, %.1f MiB in all, %.1f:1, in 100 folders\n",
-      static_cast<double>(work.big[0].size) / work.big_compressed,
-      work.smalls.size(), work.smalls_bytes / double(1 << 20),
+      static_cast<double>(work.big[0].size) / work.big_compressed, work.smalls.size(),
+      work.smalls_bytes / double(1 << 20),
       static_cast<double>(work.smalls_bytes) / work.smalls_compressed);
 
   // Measured first, before any thread exists, since it forks.
@@ -325,8 +315,7 @@ int Main(int argc, char** argv) {
   for (int run = 0; run < runs; ++run) {
     for (int c = 0; c < kColumns; ++c) {
       for (Row& row : rows) {
-        row.times[c].push_back(
-            Measure(*row.reader, static_cast<Column>(c), work, false));
+        row.times[c].push_back(Measure(*row.reader, static_cast<Column>(c), work, false));
       }
     }
   }
@@ -336,8 +325,7 @@ int Main(int argc, char** argv) {
 
   std::printf("\n%s; medians of %d runs\n", MachineLine().c_str(), runs);
   for (const std::string& name : absent) {
-    std::printf("%s: not built (its package was not found at configure time)\n",
-                name.c_str());
+    std::printf("%s: not built (its package was not found at configure time)\n", name.c_str());
   }
   PrintTable(rows);
   std::puts("");

@@ -17,8 +17,7 @@ class MinizipMounted : public Mounted {
   explicit MinizipMounted(unzFile archive) : archive_(archive) {}
   ~MinizipMounted() override { unzClose(archive_); }
 
-  void Read(const std::vector<Entry>& entries, size_t first, size_t last,
-            bool verify) override {
+  void Read(const std::vector<Entry>& entries, size_t first, size_t last, bool verify) override {
     Drain drain("minizip", verify);
     if (unzGoToFirstFile(archive_) != UNZ_OK) Fail("minizip: empty directory");
     for (size_t i = 0; i < last; ++i) {
@@ -29,17 +28,16 @@ class MinizipMounted : public Mounted {
       drain.Start(entries[i]);
       char name[256];
       unz_file_info64 info;
-      if (unzGetCurrentFileInfo64(archive_, &info, name, sizeof(name), nullptr,
-                                  0, nullptr, 0) != UNZ_OK ||
+      if (unzGetCurrentFileInfo64(archive_, &info, name, sizeof(name), nullptr, 0, nullptr, 0) !=
+              UNZ_OK ||
           entries[i].name != name) {
         drain.Fail("directory order differs from the archive's");
       }
       if (unzOpenCurrentFile(archive_) != UNZ_OK) {
         drain.Fail("unzOpenCurrentFile failed");
       }
-      while (drain.Take(unzReadCurrentFile(
-          archive_, drain.data(), static_cast<unsigned>(drain.size())))) {
-      }
+      while (drain.Take(
+          unzReadCurrentFile(archive_, drain.data(), static_cast<unsigned>(drain.size())))) {}
       // Checks the CRC-32 of a member read to its end.
       if (unzCloseCurrentFile(archive_) != UNZ_OK) {
         drain.Fail("unzCloseCurrentFile failed");
@@ -68,8 +66,6 @@ class MinizipReader : public Reader {
 
 }  // namespace
 
-std::unique_ptr<Reader> MakeMinizipReader() {
-  return std::make_unique<MinizipReader>();
-}
+std::unique_ptr<Reader> MakeMinizipReader() { return std::make_unique<MinizipReader>(); }
 
 }  // namespace velm::bench

@@ -57,8 +57,7 @@ Report Child(const std::string& archive, const Entry& member) {
   std::unique_ptr<io::Input> input(zip->OpenInput(member.name));
   if (!input) drain.Fail("OpenInput gave null");
   drain.Start(member);
-  while (drain.Take(input->Read(drain.data(), drain.size()))) {
-  }
+  while (drain.Take(input->Read(drain.data(), drain.size()))) {}
   drain.Finish();
   // Taken while the view is still mapped, so that its pages still count.
   Status after = ReadStatus();

@@ -7,9 +7,7 @@
 namespace velm::bench {
 namespace {
 
-std::string LastError() {
-  return PHYSFS_getErrorByCode(PHYSFS_getLastErrorCode());
-}
+std::string LastError() { return PHYSFS_getErrorByCode(PHYSFS_getLastErrorCode()); }
 
 // PhysFS has one search path per process behind a global lock: the archive
 // is mounted at the root, and both threads open through the same mount.
@@ -18,15 +16,13 @@ class PhysfsMounted : public Mounted {
   explicit PhysfsMounted(std::string path) : path_(std::move(path)) {}
   ~PhysfsMounted() override { PHYSFS_unmount(path_.c_str()); }
 
-  void Read(const std::vector<Entry>& entries, size_t first, size_t last,
-            bool verify) override {
+  void Read(const std::vector<Entry>& entries, size_t first, size_t last, bool verify) override {
     Drain drain("PhysFS", verify);
     for (size_t i = first; i < last; ++i) {
       drain.Start(entries[i]);
       PHYSFS_File* file = PHYSFS_openRead(entries[i].name.c_str());
       if (!file) drain.Fail("PHYSFS_openRead: " + LastError());
-      while (drain.Take(PHYSFS_readBytes(file, drain.data(), drain.size()))) {
-      }
+      while (drain.Take(PHYSFS_readBytes(file, drain.data(), drain.size()))) {}
       PHYSFS_close(file);
       drain.Finish();
     }

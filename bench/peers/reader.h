@@ -54,8 +54,7 @@ class Mounted {
   // Opens, reads to the end and closes entries[first, last) in turn; a
   // reader that finds members by walking its directory walks from the
   // first member. Fails the program on any error.
-  virtual void Read(const std::vector<Entry>& entries, size_t first,
-                    size_t last, bool verify) = 0;
+  virtual void Read(const std::vector<Entry>& entries, size_t first, size_t last, bool verify) = 0;
 };
 
 class Reader {

@@ -14,12 +14,10 @@ constexpr bool kSerialisedOpens = false;
 
 class VelmioMounted : public Mounted {
  public:
-  VelmioMounted(io::Opener* zip, std::string reader)
-      : zip_(zip), reader_(std::move(reader)) {}
+  VelmioMounted(io::Opener* zip, std::string reader) : zip_(zip), reader_(std::move(reader)) {}
   ~VelmioMounted() override { io::UnloadZip(zip_); }
 
-  void Read(const std::vector<Entry>& entries, size_t first, size_t last,
-            bool verify) override {
+  void Read(const std::vector<Entry>& entries, size_t first, size_t last, bool verify) override {
     Drain drain(reader_, verify);
     for (size_t i = first; i < last; ++i) {
       drain.Start(entries[i]);
@@ -30,8 +28,7 @@ class VelmioMounted : public Mounted {
         input.reset(zip_->OpenInput(entries[i].name));
       }
       if (!input) drain.Fail("OpenInput gave null");
-      while (drain.Take(input->Read(drain.data(), drain.size()))) {
-      }
+      while (drain.Take(input->Read(drain.data(), drain.size()))) {}
       input.reset();
       drain.Finish();
     }
@@ -57,9 +54,7 @@ class VelmioReader : public Reader {
 
   bool SharesMount() const override { return true; }
 
-  std::string ThreadNote() const override {
-    return kSerialisedOpens ? "serialised opens" : "";
-  }
+  std::string ThreadNote() const override { return kSerialisedOpens ? "serialised opens" : ""; }
 
  private:
   io::Opener* os_;
@@ -68,8 +63,7 @@ class VelmioReader : public Reader {
 }  // namespace
 
 std::unique_ptr<Reader> MakeVelmioReader(int type) {
-  return std::make_unique<VelmioReader>(
-      io::GetOpener(static_cast<io::OpenerType>(type)));
+  return std::make_unique<VelmioReader>(io::GetOpener(static_cast<io::OpenerType>(type)));
 }
 
 }  // namespace velm::bench

@@ -15,8 +15,7 @@ constexpr size_t kBigSize = size_t{64} << 20;
 constexpr int kSmallCount = 10000;
 constexpr int kFolders = 100;
 
-std::string WriteFile(const std::string& folder, const char* name,
-                      const std::string& bytes) {
+std::string WriteFile(const std::string& folder, const char* name, const std::string& bytes) {
   std::string path = (std::filesystem::u8path(folder) / name).u8string();
   std::ofstream out(std::filesystem::u8path(path), std::ios::binary);
   out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -52,8 +51,7 @@ Workload WriteWorkload(const std::string& folder) {
   std::uniform_int_distribution<size_t> size(200, 8192);
   for (int i = 0; i < kSmallCount; ++i) {
     char name[64];
-    std::snprintf(name, sizeof(name), "dir%02d/member%05d.txt", i % kFolders,
-                  i);
+    std::snprintf(name, sizeof(name), "dir%02d/member%05d.txt", i % kFolders, i);
     std::string content = TextLike(random, size(random));
     zip::Record record = Dated(name, content, true);
     writer.Add(record);
