@@ -45,7 +45,7 @@ void InstallFailingCalls() {
   Failing<&C::Read>::Set(-1), Failing<&C::ReadAt>::Set(-1), Failing<&C::Write>::Set(-1);
   Failing<&C::OpenBuffered>::Set(nullptr), Failing<&C::ReadBuffered>::Set(0);
   Failing<&C::WriteBuffered>::Set(0), Failing<&C::SeekBuffered>::Set(-1);
-  Failing<&C::TellBuffered>::Set(-1), Failing<&C::Map>::Set(false);
+  Failing<&C::TellBuffered>::Set(-1), Failing<&C::Map>::Set(platform::MapResult::kNotOpened);
   Failing<&C::LocalTime>::Set(-1);
 }
 

@@ -201,6 +201,16 @@ TEST(Listing, RecursiveWalkIsBreadthFirstAndEndsInALinkLoop) {
   EXPECT_EQ(Strings(out.begin(), out.begin() + 4), (Strings{"y.txt", c + "w.txt", loop + "y.txt", loop + c + "w.txt"}));
 }
 
+// A root ends in a separator of its own: its search names no doubled one.
+TEST(Listing, TheRootListsToo) {
+  Strings out;
+  Sys()->List(kSep, out);
+  std::string root;
+  ASSERT_TRUE(Sys()->StandardizePath(kSep, root));
+  ASSERT_FALSE(out.empty());
+  EXPECT_EQ(out[0].rfind(root + kSep, 0), 0u) << out[0];
+}
+
 // Linux allows any bytes but '/' and NUL in a name; such a file is listed,
 // opened through every back-end and removed by the name the listing gives.
 TEST(FileSystem, NameThatIsNotUtf8) {

@@ -37,9 +37,14 @@ std::shared_ptr<const char> MappedFileCache::Acquire(const std::string& path, ui
     entries_.erase(found);
   }
   platform::MappedView mapped;
-  if (!platform::calls.Map(path, mapped)) {
-    log::LogError(LogChannel, "Failed to open mmap file %s", path.c_str());
-    return nullptr;
+  switch (platform::calls.Map(path, mapped)) {
+    case platform::MapResult::kMapped:
+      break;
+    case platform::MapResult::kNotOpened:
+      log::LogError(LogChannel, "Failed to open mmap file %s", path.c_str());
+      return nullptr;
+    case platform::MapResult::kNoView:  // silent, as the open itself went well
+      return nullptr;
   }
   // Owned from here on: a failing allocation unmaps it.
   std::shared_ptr<const char> view(mapped.data, Unmapper{mapped});

@@ -35,12 +35,15 @@ void ScanDirectory(const std::string& base, const std::string& sub, std::vector<
 void OpenerOS::List(const std::string& path, std::vector<std::string>& out) {
   std::string absolute;
   if (!MakeAbsolutePath(path, absolute)) return;
+  // Only a root ends in a separator; the directory is asked for without it,
+  // so that the search pattern holds no doubled separator ("\\*" would be a
+  // network path on Windows), and "" stands for the root.
+  std::string directory = absolute;
+  if (!directory.empty() && platform::IsSeparator(directory.back())) directory.pop_back();
   std::vector<platform::DirectoryEntry> entries;
-  if (!platform::calls.ListDirectory(absolute, entries)) return;
-  // Only the root ends in a separator.
-  if (absolute.back() != platform::kPathSeparator) absolute += platform::kPathSeparator;
+  if (!platform::calls.ListDirectory(directory, entries)) return;
   for (const platform::DirectoryEntry& entry : entries) {
-    if (!IsDotOrDotDot(entry.name)) out.push_back(absolute + entry.name);
+    if (!IsDotOrDotDot(entry.name)) out.push_back(absolute + platform::kPathSeparator + entry.name);
   }
 }
 

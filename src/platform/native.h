@@ -30,7 +30,7 @@ int SeekBuffered(std::FILE* file, std::int64_t offset, int whence);
 std::int64_t TellBuffered(std::FILE* file);
 int BufferedDescriptor(std::FILE* file);
 bool CloseBuffered(std::FILE* file);
-bool Map(const std::string& path, MappedView& view);
+MapResult Map(const std::string& path, MappedView& view);
 void Unmap(const MappedView& view);
 void AdviseLargePages(void* block, std::size_t bytes);
 std::int64_t LocalTime(std::tm* time);

@@ -13,7 +13,7 @@
 //   would cut it there and act on another file.
 // - A directory is never opened as a file.
 // - A file this process maps is never emptied by an open for writing.
-// - A read or write moves at most kMaxTransferBytes per call.
+// - A read or write of a descriptor moves at most kMaxTransferBytes per call.
 
 #include <cstddef>
 #include <cstdint>
@@ -40,6 +40,10 @@ inline bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 enum class Access { kRead, kWrite };
 
 enum class FileKind { kMissing, kFile, kDirectory };
+
+// How a mapping ended: mapped; the file could not be opened, sized or given
+// a mapping (an empty file among them); or only its view failed.
+enum class MapResult { kMapped, kNotOpened, kNoView };
 
 struct DirectoryEntry {
   std::string name;
@@ -74,8 +78,8 @@ struct Calls {
   bool (*CreateDirectories)(const std::string& path);
   bool (*RemoveFile)(const std::string& path);
   bool (*RemoveTree)(const std::string& path);
-  // Appends the entries of directory, "." and ".." included; false if it
-  // cannot be read, with out as it was.
+  // Appends the entries of directory, "." and ".." included; "" is the root.
+  // False if it cannot be read, with out as it was.
   bool (*ListDirectory)(const std::string& directory, std::vector<DirectoryEntry>& out);
 
   // Files on descriptors. Open gives a descriptor or -1; writing creates or
@@ -99,9 +103,9 @@ struct Calls {
   int (*BufferedDescriptor)(std::FILE* file);
   bool (*CloseBuffered)(std::FILE* file);
 
-  // A whole non-empty file mapped read-only; false for an empty file or on
-  // failure. On Windows a file that anyone holds open is not mapped.
-  bool (*Map)(const std::string& path, MappedView& view);
+  // A whole non-empty file mapped read-only. On Windows a file that anyone
+  // holds open is not mapped.
+  MapResult (*Map)(const std::string& path, MappedView& view);
   void (*Unmap)(const MappedView& view);
   // Asks for huge pages behind a fresh block about to be written whole. Only
   // a hint.

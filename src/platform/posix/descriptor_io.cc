@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/descriptor.h"
 #include "platform/native.h"
 #include "platform/posix/posix.h"
 
@@ -21,16 +22,17 @@ bool ToNative(const std::string& path, std::string& out) {
 }
 
 int OpenFile(const std::string& native, int flags) {
-  // The file is emptied only once it is known not to be mapped.
-  const int fd = ::open(native.c_str(), (flags & ~O_TRUNC) | O_CLOEXEC, 0666);
-  if (fd < 0) return -1;
+  // The file is emptied only once it is known not to be mapped. Owned from
+  // the start: looking at the mapped files may allocate.
+  Descriptor fd(::open(native.c_str(), (flags & ~O_TRUNC) | O_CLOEXEC, 0666));
+  if (!fd) return -1;
   struct stat status;
-  int error = ::fstat(fd, &status) != 0 ? errno : S_ISDIR(status.st_mode) ? EACCES : 0;
+  int error = ::fstat(fd.get(), &status) != 0 ? errno : S_ISDIR(status.st_mode) ? EACCES : 0;
   if (error == 0 && (flags & O_TRUNC) != 0 && S_ISREG(status.st_mode)) {
-    error = TruncateUnlessMapped(fd, status);
+    error = TruncateUnlessMapped(fd.get(), status);
   }
-  if (error == 0) return fd;
-  ::close(fd);
+  if (error == 0) return fd.release();
+  fd.reset();
   errno = error;
   return -1;
 }

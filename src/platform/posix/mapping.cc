@@ -52,21 +52,21 @@ int TruncateUnlessMapped(int fd, const struct stat& status) {
 
 namespace native {
 
-bool Map(const std::string& path, MappedView& view) {
+MapResult Map(const std::string& path, MappedView& view) {
   std::string native;
-  if (!posix::ToNative(path, native)) return false;
+  if (!posix::ToNative(path, native)) return MapResult::kNotOpened;
   Descriptor file(posix::OpenFile(native, O_RDONLY));
-  if (!file) return false;
+  if (!file) return MapResult::kNotOpened;
   Views& views = LiveViews();
   // Sized under the lock, so that no output of this process empties the file
   // between its size and its view.
   std::lock_guard<std::mutex> hold(views.lock);
   struct stat status;
   // A read-only mapping can be neither empty nor larger than the file.
-  if (::fstat(file.get(), &status) != 0 || status.st_size <= 0) return false;
+  if (::fstat(file.get(), &status) != 0 || status.st_size <= 0) return MapResult::kNotOpened;
   const auto size = static_cast<std::uint64_t>(status.st_size);
   void* address = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, file.get(), 0);
-  if (address == MAP_FAILED) return false;
+  if (address == MAP_FAILED) return MapResult::kNoView;
   try {
     views.live.emplace(address, FileIdentity{status.st_dev, status.st_ino});
   } catch (...) {
@@ -74,7 +74,7 @@ bool Map(const std::string& path, MappedView& view) {
     throw;
   }
   view = MappedView{static_cast<const char*>(address), size, nullptr};
-  return true;
+  return MapResult::kMapped;
 }
 
 void Unmap(const MappedView& view) {

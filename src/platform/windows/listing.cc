@@ -33,8 +33,7 @@ class Search {
 }  // namespace
 
 bool ListDirectory(const std::string& directory, std::vector<DirectoryEntry>& out) {
-  // A doubled separator in the pattern reads as one, so a directory that
-  // ends in one needs no exception.
+  // The empty directory is the root of the current drive.
   windows::WidePath pattern(directory + "\\*");
   if (pattern.IsRefused()) return false;
   Search search(pattern.text);

@@ -10,32 +10,32 @@
 
 namespace velm::platform::native {
 
-bool Map(const std::string& path, MappedView& view) {
+MapResult Map(const std::string& path, MappedView& view) {
   windows::WidePath wide(path);
-  if (wide.IsRefused()) return false;
+  if (wide.IsRefused()) return MapResult::kNotOpened;
   // Share mode 0: a file that anyone holds open is not mapped, and nobody can
   // change its size between GetFileSize and the mapping.
   HANDLE opened = CreateFileW(wide.text, GENERIC_READ, 0, nullptr, OPEN_EXISTING,
                               FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) return false;
+  if (opened == INVALID_HANDLE_VALUE) return MapResult::kNotOpened;
   windows::OwnedHandle file(opened);
   DWORD high = 0;
   DWORD low = GetFileSize(file.get(), &high);
   // With the high part asked for, only the error code tells a failure from a
   // size whose low part is all ones.
-  if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) return false;
+  if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) return MapResult::kNotOpened;
   // An empty file cannot be mapped: the mapping fails for it.
   windows::OwnedHandle mapping(
       CreateFileMappingW(file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
   // The mapping keeps the file open from here on.
   file.reset();
-  if (mapping == nullptr) return false;
+  if (mapping == nullptr) return MapResult::kNotOpened;
   const void* data = MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, 0);
-  if (data == nullptr) return false;
+  if (data == nullptr) return MapResult::kNoView;
   view.data = static_cast<const char*>(data);
   view.size = (static_cast<std::uint64_t>(high) << 32) | low;
   view.mapping = mapping.release();
-  return true;
+  return MapResult::kMapped;
 }
 
 void Unmap(const MappedView& view) {
