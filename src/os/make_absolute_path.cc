@@ -7,7 +7,7 @@
 namespace velm::io {
 
 bool MakeAbsolutePath(const std::string& path, std::string& out) {
-  if (path.find('\0') != std::string::npos) return false;
+  // A NUL is refused by Canonicalize, as by every operation of the layer.
   std::string joined;
   if (platform::IsRelativePath(path)) {
     if (!platform::calls.CurrentDirectory(joined)) return false;

@@ -14,6 +14,8 @@
 // - A directory is never opened as a file.
 // - A file this process maps is never emptied by an open for writing.
 // - A read or write of a descriptor moves at most kMaxTransferBytes per call.
+// Callers pass a whence of 0, 1 or 2 only: the streams refuse any other
+// before a call, since the Microsoft runtime ends the process on one.
 
 #include <cstddef>
 #include <cstdint>
@@ -79,7 +81,7 @@ struct Calls {
   bool (*RemoveFile)(const std::string& path);
   bool (*RemoveTree)(const std::string& path);
   // Appends the entries of directory, "." and ".." included; "" is the root.
-  // False if it cannot be read, with out as it was.
+  // False, with nothing appended, if it cannot be read.
   bool (*ListDirectory)(const std::string& directory, std::vector<DirectoryEntry>& out);
 
   // Files on descriptors. Open gives a descriptor or -1; writing creates or

@@ -192,10 +192,9 @@ Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
       log::LogError(LogChannel, "Failed to inflateEnd file %s", path.c_str());
       return nullptr;
   }
-  const uint64_t held = member.held;
   return new InputZipInflated(
       this, path,
-      InflatedBytes(std::shared_ptr<const unsigned char>(std::move(member.bytes)), held,
+      InflatedBytes(std::shared_ptr<const unsigned char>(std::move(member.bytes)), member.held,
                     entry.uncompress_size));
 }
 

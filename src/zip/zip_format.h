@@ -36,21 +36,15 @@ constexpr uint16_t kMethodDeflated = 8;
 constexpr uint16_t kVersionStored = 10;
 constexpr uint16_t kVersionDeflated = 20;
 
-inline uint16_t Little16(const unsigned char* p) {
-  return static_cast<uint16_t>(p[0] | (p[1] << 8));
-}
-
-inline uint32_t Little32(const unsigned char* p) {
-  return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-         (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
-}
-
 // Little-endian integer of `bytes` bytes at p.
 inline uint64_t Get(const unsigned char* p, int bytes) {
   uint64_t value = 0;
   for (int i = bytes - 1; i >= 0; --i) value = value << 8 | p[i];
   return value;
 }
+
+inline uint16_t Little16(const unsigned char* p) { return static_cast<uint16_t>(Get(p, 2)); }
+inline uint32_t Little32(const unsigned char* p) { return static_cast<uint32_t>(Get(p, 4)); }
 
 inline void Put(std::string& out, uint64_t value, int bytes) {
   for (int i = 0; i < bytes; ++i) out.push_back(static_cast<char>(value >> (8 * i)));

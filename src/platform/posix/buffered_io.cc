@@ -1,8 +1,8 @@
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cstdio>
 
+#include "platform/descriptor.h"
 #include "platform/native.h"
 #include "platform/posix/posix.h"
 
@@ -12,10 +12,11 @@ std::FILE* OpenBuffered(const std::string& path, Access access) {
   std::string native;
   if (!posix::ToNative(path, native)) return nullptr;
   const bool read = access == Access::kRead;
-  const int fd = posix::OpenFile(native, read ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC);
-  if (fd < 0) return nullptr;
-  std::FILE* file = ::fdopen(fd, read ? "rb" : "wb");
-  if (file == nullptr) ::close(fd);
+  Descriptor fd(posix::OpenFile(native, read ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC));
+  if (!fd) return nullptr;
+  std::FILE* file = ::fdopen(fd.get(), read ? "rb" : "wb");
+  // From here the FILE owns the descriptor.
+  if (file != nullptr) fd.release();
   return file;
 }
 

@@ -85,22 +85,16 @@ bool ListDirectory(const std::string& directory, std::vector<DirectoryEntry>& ou
   std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(native.empty() ? "/" : native.c_str()),
                                              &::closedir);
   if (stream == nullptr) return false;
-  const std::size_t first = out.size();
-  try {
-    while (const dirent* entry = ::readdir(stream.get())) {
-      // Only a link or an unknown type costs a stat; a link to a directory
-      // counts as a directory, a dangling one as a file.
-      bool is_directory = entry->d_type == DT_DIR;
-      if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
-        struct stat status;
-        is_directory = ::fstatat(::dirfd(stream.get()), entry->d_name, &status, 0) == 0 &&
-                       S_ISDIR(status.st_mode);
-      }
-      out.push_back({entry->d_name, is_directory});
+  while (const dirent* entry = ::readdir(stream.get())) {
+    // Only a link or an unknown type costs a stat; a link to a directory
+    // counts as a directory, a dangling one as a file.
+    bool is_directory = entry->d_type == DT_DIR;
+    if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
+      struct stat status;
+      is_directory = ::fstatat(::dirfd(stream.get()), entry->d_name, &status, 0) == 0 &&
+                     S_ISDIR(status.st_mode);
     }
-  } catch (...) {
-    out.resize(first);
-    throw;
+    out.push_back({entry->d_name, is_directory});
   }
   return true;
 }

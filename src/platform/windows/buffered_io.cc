@@ -23,8 +23,6 @@ std::size_t WriteBuffered(std::FILE* file, const void* buffer, std::size_t count
 }
 
 int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {
-  // The Microsoft runtime ends the process on any other whence.
-  if (whence != SEEK_SET && whence != SEEK_CUR && whence != SEEK_END) return -1;
   return _fseeki64(file, offset, whence);
 }
 

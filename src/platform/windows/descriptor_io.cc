@@ -46,8 +46,6 @@ bool SizeOf(int descriptor, std::int64_t& size) {
 }
 
 std::int64_t Seek(int descriptor, std::int64_t offset, int whence) {
-  // The Microsoft runtime ends the process on any other whence.
-  if (whence != SEEK_SET && whence != SEEK_CUR && whence != SEEK_END) return -1;
   return _lseeki64(descriptor, offset, whence);
 }
 
