@@ -24,9 +24,9 @@ void PutCommonFields(std::string& out, const Record& record) {
 
 }  // namespace
 
-std::string Deflate(const std::string& content, int level) {
+std::string Deflate(const std::string& content, int level, int strategy) {
   z_stream stream{};
-  if (deflateInit2(&stream, level, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+  if (deflateInit2(&stream, level, Z_DEFLATED, -MAX_WBITS, 8, strategy) != Z_OK) {
     throw std::runtime_error("deflateInit2 failed");
   }
   std::string out(deflateBound(&stream, static_cast<uLong>(content.size())), '\0');

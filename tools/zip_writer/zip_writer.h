@@ -13,7 +13,8 @@
 namespace velm::zip {
 
 // Raw deflate of content, as a member holds it: no zlib header or trailer.
-std::string Deflate(const std::string& content, int level);
+// strategy is zlib's (0, its default, or Z_FIXED, Z_RLE, ...).
+std::string Deflate(const std::string& content, int level, int strategy = 0);
 
 // One member. The constructor fills every field from name and content: the
 // data is content itself, or its raw deflate at level for kMethodDeflated

@@ -1,5 +1,6 @@
 #!/bin/sh
-# Rebuilds the archives beside this script from input/ with other tools.
+# Rebuilds the archives beside this script from input/ with other tools: seeds
+# of the archive fuzzer in the shapes real writers give.
 # Dates are fixed so that the archives and the tests do not depend on when or
 # where they were made.
 set -eu
