@@ -41,29 +41,6 @@ struct Tree {
   bool links = false;
 };
 
-TEST(FileSystem, IsFileIsDirectoryAndRemoveFile) {
-  Tree tree;
-  // A link counts as what it leads to; both separators are alike.
-  const struct { std::string path; bool file, directory, link; } cases[] = {
-      {tree.file, true, false, false}, {tree.directory, false, true, false},
-      {tree.dir.Join("missing"), false, false, false}, {"", false, false, false},
-      {tree.directory + "\\..\\Größe😀", true, false, false}, {tree.dir.path + "/файл", false, true, false},
-      {tree.dir.Join("to_d"), false, true, true}, {tree.dir.Join("to_f"), true, false, true},
-      {tree.dir.Join("to_none"), false, false, true}};
-  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
-    for (const auto& c : cases) {
-      if (c.link && !tree.links) continue;
-      EXPECT_TRUE(GetOpener(type)->IsFile(c.path) == c.file && GetOpener(type)->IsDirectory(c.path) == c.directory)
-          << c.path;
-    }
-  }
-  EXPECT_FALSE(Sys()->RemoveFile(tree.directory) || Sys()->RemoveFile(""));
-  EXPECT_TRUE(Sys()->RemoveFile(tree.file));
-  EXPECT_FALSE(Sys()->RemoveFile(tree.file));
-  EXPECT_TRUE(fs::is_directory(fs::u8path(tree.directory)));
-  if (!tree.links) GTEST_SKIP() << "no symbolic links here";
-}
-
 TEST(FileSystem, GetModifiedTimeDropsSubSeconds) {
   Tree tree;
   const fs::path native = fs::u8path(tree.file);
@@ -80,32 +57,26 @@ TEST(FileSystem, GetModifiedTimeDropsSubSeconds) {
   fs::last_write_time(native, whole - std::chrono::seconds(at_whole + 10) +
                                   std::chrono::milliseconds(OnWindows() ? 0 : 500));
   EXPECT_EQ(Sys()->GetModifiedTime(tree.file), -10);
-  for (const std::string& path : {tree.directory, tree.dir.Join("missing"), std::string()}) {
-    EXPECT_EQ(GetOpener(OpenerTypeMMap)->GetModifiedTime(path), -1) << path;
-  }
-}
-
-TEST(FileSystem, CreateDirectories) {
-  TempDir dir;
-  InDirectory current(dir.path);
-  const std::string nested = dir.Join("a") + kSep + "b";
-  EXPECT_TRUE(Sys()->CreateDirectories(nested) && fs::is_directory(fs::u8path(nested)));
-  EXPECT_FALSE(Sys()->CreateDirectories(nested)) << "it exists";
-  EXPECT_FALSE(Sys()->CreateDirectories("relative") || fs::exists("relative"));
-  EXPECT_FALSE(Sys()->CreateDirectories(""));
-  WriteFile(dir.Join("file"), "x");
-  EXPECT_FALSE(Sys()->CreateDirectories(dir.Join("file") + kSep + "b"));
+  for (const std::string& path : {tree.directory, tree.dir.Join("missing"), std::string()}) EXPECT_EQ(GetOpener(OpenerTypeMMap)->GetModifiedTime(path), -1) << path;
 }
 
 // Both separators are alike in the shell's directory calls and in every
-// back-end's opens too.
+// back-end's opens too. CreateDirectories makes every level of an absolute
+// path that does not exist yet, and nothing else.
 TEST(FileSystem, EveryOperationTakesBothSeparators) {
   TempDir dir;
+  InDirectory current(dir.path);
+  WriteFile(dir.Join("file"), "x");
+  for (const std::string& refused : {std::string("relative"), std::string(), dir.Join("file/b")}) {
+    EXPECT_FALSE(Sys()->CreateDirectories(refused)) << refused;
+  }
+  EXPECT_FALSE(fs::exists("relative"));
   for (char separator : {'/', '\\'}) {
     std::string file = dir.Join("new/a/b/f");
     std::replace_if(file.begin(), file.end(), [](char c) { return c == '/' || c == '\\'; }, separator);
     const std::string top = file.substr(0, file.size() - 6);
     ASSERT_TRUE(Sys()->CreateDirectories(file.substr(0, file.size() - 2))) << separator;
+    EXPECT_FALSE(Sys()->CreateDirectories(file.substr(0, file.size() - 2))) << "it exists";
     for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile}) {
       std::unique_ptr<Output> output(GetOpener(type)->OpenOutput(file));
       EXPECT_TRUE(output && output->Write("abc", 3) == 3) << separator << type;
@@ -118,8 +89,23 @@ TEST(FileSystem, EveryOperationTakesBothSeparators) {
   }
 }
 
-TEST(FileSystem, RemoveDirectoryTakesTheTreeButNeverFollowsLinks) {
+// IsFile and IsDirectory take a link as what it leads to; RemoveFile takes a
+// file, once; RemoveDirectory a file or a tree, never what a link leads to.
+TEST(FileSystem, KindsAndRemovalsNeverFollowLinks) {
   Tree tree;
+  const struct { std::string path; bool file, directory, link; } cases[] = {
+      {tree.file, true, false, false}, {tree.directory, false, true, false},
+      {tree.dir.Join("missing"), false, false, false}, {"", false, false, false},
+      {tree.directory + "\\..\\Größe😀", true, false, false}, {tree.dir.path + "/файл", false, true, false},
+      {tree.dir.Join("to_d"), false, true, true}, {tree.dir.Join("to_f"), true, false, true},
+      {tree.dir.Join("to_none"), false, false, true}};
+  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    for (const auto& c : cases) {
+      EXPECT_TRUE((c.link && !tree.links) || (GetOpener(type)->IsFile(c.path) == c.file &&
+                                               GetOpener(type)->IsDirectory(c.path) == c.directory)) << c.path;
+    }
+  }
+  EXPECT_FALSE(Sys()->RemoveFile(tree.directory) || Sys()->RemoveFile(""));
   const fs::path top = fs::u8path(tree.dir.Join("top"));
   fs::create_directories(top / "a" / "b");
   WriteFile((top / "a" / "b" / "deep").u8string(), "2");
@@ -135,8 +121,11 @@ TEST(FileSystem, RemoveDirectoryTakesTheTreeButNeverFollowsLinks) {
   EXPECT_TRUE(Sys()->RemoveDirectory(top.u8string()) && !fs::exists(top));
   EXPECT_FALSE(Sys()->RemoveDirectory(top.u8string()));
   EXPECT_TRUE(fs::exists(fs::u8path(tree.directory + kSep + "keep")));
+  const std::string copy = tree.file + "2";
+  fs::copy_file(fs::u8path(tree.file), fs::u8path(copy));
+  EXPECT_TRUE(Sys()->RemoveFile(copy) && !Sys()->RemoveFile(copy));
   EXPECT_TRUE(Sys()->RemoveDirectory(tree.file)) << "a plain file goes too, once";
-  EXPECT_FALSE(fs::exists(fs::u8path(tree.file)));
+  EXPECT_FALSE(fs::exists(fs::u8path(tree.file)) || Sys()->RemoveDirectory(tree.file));
   if (!tree.links) GTEST_SKIP() << "no symbolic links here";
   // A link named directly goes itself, on Linux also with a trailing
   // separator, which would otherwise lead stat through it.
@@ -175,6 +164,12 @@ TEST(Listing, ListGivesAbsoluteEntriesAndListFilesNames) {
   InDirectory current(dir.Join("sub"));
   Sys()->List("", out);
   EXPECT_EQ(out, (Strings{"keep", fs::current_path().u8string() + kSep + "inner"}));
+  // A root ends in a separator of its own: its search names no doubled one.
+  Strings root;
+  Sys()->List(kSep, root);
+  ASSERT_TRUE(Sys()->StandardizePath(kSep, base));
+  ASSERT_FALSE(root.empty());
+  EXPECT_EQ(root[0].rfind(base + kSep, 0), 0u) << root[0];
 }
 
 // Level by level: the entries of a/c come behind those of b.
@@ -201,35 +196,30 @@ TEST(Listing, RecursiveWalkIsBreadthFirstAndEndsInALinkLoop) {
   EXPECT_EQ(Strings(out.begin(), out.begin() + 4), (Strings{"y.txt", c + "w.txt", loop + "y.txt", loop + c + "w.txt"}));
 }
 
-// A root ends in a separator of its own: its search names no doubled one.
-TEST(Listing, TheRootListsToo) {
-  Strings out;
-  Sys()->List(kSep, out);
-  std::string root;
-  ASSERT_TRUE(Sys()->StandardizePath(kSep, root));
-  ASSERT_FALSE(out.empty());
-  EXPECT_EQ(out[0].rfind(root + kSep, 0), 0u) << out[0];
-}
-
 // Linux allows any bytes but '/' and NUL in a name; such a file is listed,
 // opened through every back-end and removed by the name the listing gives.
-TEST(FileSystem, NameThatIsNotUtf8) {
-  if (OnWindows()) return;  // Windows names are UTF-16
+// A NUL would cut a path short at the system and name another file: every
+// operation refuses it.
+TEST(FileSystem, NamesAreBytesButNeverANul) {
   TempDir dir;
-  const std::string bad = dir.Join("bad\xFFname");
-  std::ofstream(bad, std::ios::binary) << "bytes";  // the bytes as the name, unconverted
+  const std::string file = dir.Join("f"), cut = file + std::string("\0/x", 3);
+  WriteFile(file, "bytes");
+  if (!OnWindows()) std::ofstream(dir.Join("bad\xFFname"), std::ios::binary) << "bytes";
   Strings listed;
   Sys()->ListFiles(dir.path, false, listed);
-  ASSERT_EQ(listed, Strings{"bad\xFFname"});
-  const std::string path = dir.Join(listed[0]);
+  LogCapture log;  // the mapped back-end reports its refusals
   for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
-    std::unique_ptr<Input> input(GetOpener(type)->OpenInput(path));
-    ASSERT_TRUE(input) << type;
-    EXPECT_EQ(ReadAll(input.get()), "bytes") << type;
+    Opener* o = GetOpener(type);
+    for (const std::string& name : listed) EXPECT_EQ(Contents(o, dir.Join(name)), "bytes") << type;
+    std::string out;
+    EXPECT_FALSE(o->OpenInput(cut) || o->OpenOutput(cut) || o->IsFile(cut) || o->IsDirectory(cut));
+    EXPECT_FALSE(o->StandardizePath(cut, out) || o->CreateDirectories(cut));
+    EXPECT_FALSE(o->RemoveFile(cut) || o->RemoveDirectory(cut) || o->GetModifiedTime(cut) != -1);
   }
-  EXPECT_TRUE(Sys()->IsFile(path));
-  EXPECT_TRUE(Sys()->RemoveFile(path));
-  EXPECT_FALSE(fs::exists(fs::path(bad)));
+  EXPECT_EQ(ReadFile(file), "bytes");
+  EXPECT_EQ(Sorted(listed), OnWindows() ? Strings{"f"} : (Strings{"bad\xFFname", "f"}));
+  for (const std::string& name : listed) EXPECT_TRUE(Sys()->RemoveFile(dir.Join(name))) << name;
+  EXPECT_TRUE(fs::is_empty(fs::u8path(dir.path)));
 }
 
 }  // namespace

@@ -1,28 +1,14 @@
 // Zip archives: the scan, queries, inflating, nesting, other tools' archives.
 #include <atomic>
 #include <cstring>
-#include <new>
+#include <array>
+#include <mutex>
 #include <random>
 #include <thread>
 
 #include <zlib.h>
 
 #include "support/support.h"
-
-namespace {
-// While set, the non-throwing operator new fails as it does when memory runs
-// out. Only the inflater's zlib state is allocated through it.
-bool fail_nothrow_new = false;
-}  // namespace
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  if (fail_nothrow_new) return nullptr;
-  try {
-    return ::operator new(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
 
 namespace velm::io {
 namespace {
@@ -220,38 +206,11 @@ TEST(LoadZip, MessagesAndNestedPaths) {
   EXPECT_EQ(Dump(nested.get()), "s.txt=inner stored");
 }
 
-// Every file of the shared corpus loads or is refused without harm, each
-// member it lists opens and reads, and known members hold what they should.
-TEST(ZipCorpus, EveryArchiveLoadsAndReads) {
-  const fs::path corpus = fs::u8path(VELMIO_CORPUS_DIR);
-  if (!fs::is_directory(corpus)) GTEST_SKIP() << "no corpus folder at " << VELMIO_CORPUS_DIR;
-  LogCapture log;  // keeps expected inflate errors off the console
-  int files = 0, loaded = 0, members = 0;
-  std::vector<char> buffer(1 << 20);
-  const int descriptors = DescriptorMark();
-  for (const auto& item : fs::recursive_directory_iterator(corpus)) {
-    if (!item.is_regular_file()) continue;
-    ++files;
-    for (OpenerType type : {OpenerTypeCFile, OpenerTypeMMap}) {
-      ZipPtr zip(LoadZip(item.path().u8string(), GetOpener(type)));
-      if (!zip) continue;
-      ++loaded;
-      Strings names;
-      zip->ListFiles("", true, names);
-      for (const std::string& name : names) {
-        std::unique_ptr<Input> input(zip->OpenInput(name));
-        if (!input) continue;
-        ++members;
-        // Some members declare 4 GiB; a few MiB from each end is plenty.
-        for (int i = 0; i < 4 && input->Read(buffer.data(), buffer.size()) > 0;) ++i;
-        input->Seek(-std::min<int64_t>(input->GetSize(), 1 << 20), 2);
-        input->Read(buffer.data(), buffer.size());
-        delete input->Clone();
-      }
-    }
-  }
-  EXPECT_EQ(DescriptorMark(), descriptors);
-  EXPECT_TRUE(files > 200 && loaded > 100 && members > 300) << files << loaded << members;
+// Archives of other tools read whole, through each back-end that reads files.
+// That every corpus archive loads or is refused without harm is the archive
+// fuzzer's first run: it starts from the corpus.
+TEST(ZipCorpus, KnownArchivesOfOtherToolsReadWhole) {
+  if (!fs::is_directory(fs::u8path(VELMIO_CORPUS_DIR))) GTEST_SKIP() << "no corpus at " VELMIO_CORPUS_DIR;
   const std::string go = VELMIO_CORPUS_DIR "/go/";
   const std::string gopher =
       "gophercolor16x16.png=" + ReadFile(go + "gophercolor16x16.png") + "|test.txt=This is a test text file.\n";
@@ -259,7 +218,12 @@ TEST(ZipCorpus, EveryArchiveLoadsAndReads) {
   const std::pair<const char*, std::string> known[] = {
       {"test.zip", gopher}, {"test-trailing-junk.zip", gopher}, {"unix.zip", hello},
       {"winxp.zip", hello}, {"crc32-not-streamed.zip", "bar.txt=bar\n|foo.txt=foo\n"}, {"readme.notzip", ""}};
-  for (const auto& [name, dump] : known) { EXPECT_TRUE(Dump(ZipPtr(LoadZip(go + name)).get()) == dump) << name; }
+  LogCapture log;
+  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    for (const auto& [name, dump] : known) {
+      EXPECT_EQ(Dump(ZipPtr(LoadZip(go + name, GetOpener(type))).get()), dump) << name << type;
+    }
+  }
 }
 
 // levels times step, then "b": every step ends a parent of its own.
@@ -271,96 +235,60 @@ std::string Deep(size_t levels, const std::string& step = "a/") {
 
 TEST(ZipLimits, IndexStaysWithinABoundOfTheArchive) {
   std::vector<std::string> many;
-  for (int i = 0; i < 20; ++i)
-    many.push_back(std::to_string(i) + "/" + Deep(500));
+  for (int i = 0; i < 20; ++i) many.push_back(std::to_string(i) + "/" + Deep(500));
   const std::string tree = Deep(200, "dir/");
-  // indexed: how many leading records are in the index; -1: some, not all.
-  const struct {
-    std::vector<std::string> names;
-    int indexed;
-  } cases[] = {
-      // 2,048 levels make 4 MiB of parent keys out of 4 KiB of archive.
-      {{"keep", Deep(2048), "after"}, 1},
-      {{Deep(2048), "after"}, 0},
-      // A deep tree of a real archive, and a sibling whose parents are known.
-      {{"keep", tree, tree + "2", "after"}, 4},
-      // Each record is modest; together they pass.
-      {many, -1},
-  };
+  // How many leading records are indexed; -1: some, not all. 2,048 levels
+  // make 4 MiB of parent keys out of 4 KiB of archive; a deep tree of a real
+  // archive passes, and so does a sibling whose parents are known; records
+  // modest each pass the bound together.
+  const struct { std::vector<std::string> names; int indexed; } cases[] = {
+      {{"keep", Deep(2048), "after"}, 1}, {{Deep(2048), "after"}, 0},
+      {{"keep", tree, tree + "2", "after"}, 4}, {many, -1}};
   for (const auto& c : cases) {
     ZipWriter writer;
     for (const std::string& name : c.names) writer.Stored(name, "x");
     ZipPtr zip = LoadBytes(writer.bytes);
     ASSERT_EQ(zip != nullptr, c.indexed != 0);
-    if (!zip) continue;
     size_t indexed = 0;
-    while (indexed < c.names.size() && zip->IsFile(c.names[indexed])) ++indexed;
-    for (size_t i = indexed; i < c.names.size(); ++i)
-      EXPECT_FALSE(zip->IsFile(c.names[i])) << i;
-    if (c.indexed >= 0) {
-      EXPECT_EQ(indexed, static_cast<size_t>(c.indexed));
-    } else {
-      EXPECT_GT(indexed, 0u);
-      EXPECT_LT(indexed, c.names.size());
-    }
+    while (zip && indexed < c.names.size() && zip->IsFile(c.names[indexed])) ++indexed;
+    for (size_t i = indexed; zip && i < c.names.size(); ++i) EXPECT_FALSE(zip->IsFile(c.names[i])) << i;
+    EXPECT_TRUE(c.indexed >= 0 ? indexed == static_cast<size_t>(c.indexed)
+                               : indexed > 0 && indexed < c.names.size()) << indexed;
     // Nothing of the record that passed, parents included.
-    if (indexed < c.names.size() && c.names[indexed].rfind("a/", 0) == 0) {
-      EXPECT_FALSE(zip->IsDirectory("a"));
-    }
+    EXPECT_FALSE(zip && indexed < c.names.size() && c.names[indexed].rfind("a/", 0) == 0 &&
+                 zip->IsDirectory("a"));
   }
 }
 
 TEST(ZipLimits, MemberDeclaringMoreThanItHoldsReadsOnAsZeros) {
   const std::string text = "the only bytes this member really has";
+  const auto n = static_cast<int64_t>(text.size());
   ZipRecord record("big", text, 8);
   record.uncompress_size = 0xFFFFFFFFu;
   ZipPtr zip = LoadBytes(ZipWriter().Add(record).bytes, OpenerTypeMMap);
-  ASSERT_TRUE(zip);
-  std::unique_ptr<Input> input(zip->OpenInput("big"));
-  ASSERT_TRUE(input);
-  EXPECT_EQ(input->GetSize(), 0xFFFFFFFF);
-  const size_t n = text.size();
+  std::unique_ptr<Input> input(zip ? zip->OpenInput("big") : nullptr);
+  ASSERT_TRUE(input && input->GetSize() == 0xFFFFFFFF);
   // Where a read starts and how much it asks: the bytes, then zeros.
-  const struct {
-    int64_t from;
-    size_t count;
-    std::string expected;
-  } reads[] = {
-      {0, n, text},
-      {static_cast<int64_t>(n) - 4, 8,
-       text.substr(n - 4) + std::string(4, '\0')},
-      {0xFFFFFFFF - 3, 8, std::string(3, '\0')},
-  };
+  const struct { int64_t from, count; std::string expected; } reads[] = {
+      {0, n, text}, {n - 4, 8, text.substr(n - 4) + std::string(4, '\0')},
+      {0xFFFFFFFF - 3, 8, std::string(3, '\0')}};
   for (const auto& r : reads) {
-    ASSERT_EQ(input->Seek(r.from, 0), 0);
     std::string got(r.count, '?');
+    ASSERT_EQ(input->Seek(r.from, 0), 0);
     got.resize(static_cast<size_t>(input->Read(&got[0], r.count)));
     EXPECT_EQ(got, r.expected) << r.from;
   }
   EXPECT_TRUE(input->IsEOF());
   std::unique_ptr<Input> clone(input->Clone());
-  std::string start(n, '?');
-  ASSERT_EQ(clone->Read(&start[0], n), static_cast<int64_t>(n));
-  EXPECT_EQ(start, text);
-
+  std::string start(text.size(), '?');
+  EXPECT_TRUE(clone->Read(&start[0], text.size()) == n && start == text);
   // Held at once, as many as would need more than 128 TiB of address space
   // if each were given its declared size.
-  std::vector<std::unique_ptr<Input>> held;
-  for (int i = 0; i < 33000; ++i) {
-    held.emplace_back(zip->OpenInput("big"));
-    ASSERT_TRUE(held.back()) << i;
+  std::vector<std::unique_ptr<Input>> held(33000);
+  for (auto& each : held) {
+    each.reset(zip->OpenInput("big"));
+    ASSERT_TRUE(each);
   }
-}
-
-TEST(ZipLimits, InflaterOutOfMemoryThrows) {
-  // Declaring a byte more than it holds, the member reaches zlib whatever
-  // inflater comes first.
-  ZipPtr zip = LoadBytes(ZipWriter().Add(Raw("m", ZipRecord("", "text", 8).data, 5)).bytes);
-  ASSERT_TRUE(zip);
-  fail_nothrow_new = true;
-  EXPECT_THROW(delete zip->OpenInput("m"), std::bad_alloc);
-  fail_nothrow_new = false;
-  EXPECT_EQ(Contents(zip.get(), "m"), std::string("text\0", 5));
 }
 
 // Every way an archive is reached gives the same bytes: a view, a descriptor
@@ -416,7 +344,12 @@ TEST(ZipStress, EveryWayGivesTheSameBytesFromManyThreads) {
       if (through_file && nested) {
         EXPECT_EQ(offset, writer.data_offsets[2] + inner.data_offsets[0]);
       }
+      // Inputs, and mapped ones of the archive file, are handed between the
+      // threads, so that the last reference to a view is often dropped by a
+      // thread other than the one that made it.
       std::atomic<int> failures{0};
+      std::mutex slots_lock;
+      std::array<std::unique_ptr<Input>, 8> slots;
       auto work = [&](unsigned seed) {
         std::mt19937 random(seed);
         for (int round = 0; round < 60; ++round) {
@@ -424,11 +357,20 @@ TEST(ZipStress, EveryWayGivesTheSameBytesFromManyThreads) {
           std::unique_ptr<Input> input(opener->OpenInput(name));
           if (input && random() % 2) input.reset(input->Clone());
           failures += !input || ReadAll(input.get()) != text;
+          std::unique_ptr<Input> whole(GetOpener(OpenerTypeMMap)->OpenInput(path));
+          char head[4] = {};
+          failures += !whole || whole->GetSize() != static_cast<int64_t>(writer.bytes.size()) ||
+                      whole->Read(head, 4) != 4 || std::memcmp(head, "PK\3\4", 4) != 0;
+          if (whole && random() % 3 == 0) whole->Close();
+          std::lock_guard<std::mutex> hold(slots_lock);
+          slots[random() % slots.size()].swap(random() % 2 ? input : whole);
         }
       };
       std::vector<std::thread> threads;
       for (unsigned i = 0; i < 4; ++i) threads.emplace_back(work, i);
       for (auto& thread : threads) thread.join();
+      for (auto& slot : slots) slot.reset();
+      EXPECT_EQ(Mappings(path), OnWindows() ? -1 : type == OpenerTypeMMap ? 1 : 0);
       EXPECT_EQ(failures, 0) << archive;
     }
   }
