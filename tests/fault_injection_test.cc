@@ -1,7 +1,6 @@
 // Every failure point of a use of the library, one at a time: platform calls,
 // allocations, and the calls of an archive's own stream.
 #include <algorithm>
-#include <cerrno>
 #include <new>
 #include <utility>
 
@@ -118,8 +117,9 @@ const Scenario kScenarios[] = {
        if (Sys()->CreateDirectories(root + "/new/a/b")) found.push_back("made");
        if (Sys()->RemoveDirectory(root + "/tree/sub/deeper")) found.push_back("removed");
      }},
-    {"List", [](const std::string& root, Strings& found) { Sys()->List(root + "/tree", found); }},
-    {"ListFiles", [](const std::string& root, Strings& found) { Sys()->ListFiles(root + "/tree", true, found); }},
+    {"Listings", [](const std::string& root, Strings& found) {
+       Sys()->List(root + "/tree", found), Sys()->ListFiles(root + "/tree", true, found);
+     }},
     // Through a stream with no descriptor, and through the descriptor
     // back-end, whose deflated members are read at an offset.
     {"ArchiveMembers", [](const std::string& root, Strings& found) {
@@ -166,7 +166,6 @@ int Drive(const Scenario& scenario, Countdown& countdown) {
   return -1;
 }
 
-// The numbers of failure points, one line per kind.
 void DriveAll(const char* kind, Countdown& countdown) {
   LogCapture log;  // failed opens log; the lines are not what is tested here
   InstallFailingCalls();

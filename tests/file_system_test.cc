@@ -41,25 +41,6 @@ struct Tree {
   bool links = false;
 };
 
-TEST(FileSystem, GetModifiedTimeDropsSubSeconds) {
-  Tree tree;
-  const fs::path native = fs::u8path(tree.file);
-  // The file clock's epoch lies whole seconds from 1970, so a whole second of
-  // it is a whole second since 1970.
-  const auto whole = std::chrono::floor<std::chrono::seconds>(fs::last_write_time(native));
-  fs::last_write_time(native, whole);
-  const int64_t at_whole = Sys()->GetModifiedTime(tree.file);
-  EXPECT_NEAR(at_whole, std::time(nullptr), 5);
-  fs::last_write_time(native, whole + std::chrono::nanoseconds(999999900));
-  EXPECT_EQ(Sys()->GetModifiedTime(tree.file), at_whole);
-  // 9.5 seconds before 1970 is -10: cut towards the past, not towards zero.
-  // The Windows runtime's setter keeps whole seconds only.
-  fs::last_write_time(native, whole - std::chrono::seconds(at_whole + 10) +
-                                  std::chrono::milliseconds(OnWindows() ? 0 : 500));
-  EXPECT_EQ(Sys()->GetModifiedTime(tree.file), -10);
-  for (const std::string& path : {tree.directory, tree.dir.Join("missing"), std::string()}) EXPECT_EQ(GetOpener(OpenerTypeMMap)->GetModifiedTime(path), -1) << path;
-}
-
 // Both separators are alike in the shell's directory calls and in every
 // back-end's opens too. CreateDirectories makes every level of an absolute
 // path that does not exist yet, and nothing else.
@@ -91,20 +72,48 @@ TEST(FileSystem, EveryOperationTakesBothSeparators) {
 
 // IsFile and IsDirectory take a link as what it leads to; RemoveFile takes a
 // file, once; RemoveDirectory a file or a tree, never what a link leads to.
-TEST(FileSystem, KindsAndRemovalsNeverFollowLinks) {
+// A path with a NUL is refused by every operation: the system would cut it
+// there and act on another file.
+TEST(FileSystem, KindsTimesAndRemovalsNeverFollowLinks) {
   Tree tree;
+  // A modified time drops sub-seconds.
+  const fs::path native = fs::u8path(tree.file);
+  // The file clock's epoch lies whole seconds from 1970, so a whole second of
+  // it is a whole second since 1970.
+  const auto whole = std::chrono::floor<std::chrono::seconds>(fs::last_write_time(native));
+  fs::last_write_time(native, whole);
+  const int64_t at_whole = Sys()->GetModifiedTime(tree.file);
+  EXPECT_NEAR(at_whole, std::time(nullptr), 5);
+  fs::last_write_time(native, whole + std::chrono::nanoseconds(999999900));
+  EXPECT_EQ(Sys()->GetModifiedTime(tree.file), at_whole);
+  // 9.5 seconds before 1970 is -10: cut towards the past, not towards zero.
+  // The Windows runtime's setter keeps whole seconds only.
+  fs::last_write_time(native, whole - std::chrono::seconds(at_whole + 10) +
+                                  std::chrono::milliseconds(OnWindows() ? 0 : 500));
+  EXPECT_EQ(Sys()->GetModifiedTime(tree.file), -10);
+  for (const std::string& path : {tree.directory, tree.dir.Join("missing"), std::string()}) {
+    EXPECT_EQ(GetOpener(OpenerTypeMMap)->GetModifiedTime(path), -1) << path;
+  }
   const struct { std::string path; bool file, directory, link; } cases[] = {
       {tree.file, true, false, false}, {tree.directory, false, true, false},
       {tree.dir.Join("missing"), false, false, false}, {"", false, false, false},
       {tree.directory + "\\..\\Größe😀", true, false, false}, {tree.dir.path + "/файл", false, true, false},
       {tree.dir.Join("to_d"), false, true, true}, {tree.dir.Join("to_f"), true, false, true},
       {tree.dir.Join("to_none"), false, false, true}};
+  const std::string cut = tree.file + std::string("\0/x", 3);
+  LogCapture log;  // the mapped back-end reports a refused open
   for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    Opener* o = GetOpener(type);
     for (const auto& c : cases) {
-      EXPECT_TRUE((c.link && !tree.links) || (GetOpener(type)->IsFile(c.path) == c.file &&
-                                               GetOpener(type)->IsDirectory(c.path) == c.directory)) << c.path;
+      EXPECT_TRUE((c.link && !tree.links) || (o->IsFile(c.path) == c.file && o->IsDirectory(c.path) == c.directory))
+          << c.path;
     }
+    std::string out;
+    EXPECT_FALSE(o->OpenInput(cut) || o->OpenOutput(cut) || o->IsFile(cut) || o->IsDirectory(cut) ||
+                 o->StandardizePath(cut, out) || o->CreateDirectories(cut));
+    EXPECT_FALSE(o->RemoveFile(cut) || o->RemoveDirectory(cut) || o->GetModifiedTime(cut) != -1);
   }
+  EXPECT_EQ(ReadFile(tree.file), "x");
   EXPECT_FALSE(Sys()->RemoveFile(tree.directory) || Sys()->RemoveFile(""));
   const fs::path top = fs::u8path(tree.dir.Join("top"));
   fs::create_directories(top / "a" / "b");
@@ -134,16 +143,22 @@ TEST(FileSystem, KindsAndRemovalsNeverFollowLinks) {
   EXPECT_TRUE(fs::exists(fs::u8path(tree.directory + kSep + "keep")));
 }
 
+// Linux allows any bytes but '/' and NUL in a name: a name that is not UTF-8
+// is listed as the bytes it is, and every back-end opens it by that name.
 TEST(Listing, ListGivesAbsoluteEntriesAndListFilesNames) {
   TempDir dir;
-  for (const char* name : {"f", ".x", "..x", "ファイル"}) WriteFile(dir.Join(name), name);
+  Strings files = Sorted({"f", ".x", "..x", "ファイル"});
+  if (!OnWindows()) files = Sorted({"f", ".x", "..x", "ファイル", "b\xFF"});
+  for (const std::string& name : files) WriteFile(dir.Join(name), name);
   fs::create_directories(fs::u8path(dir.Join("sub")));
   fs::create_directories(fs::u8path(dir.Join("empty")));
   WriteFile(dir.Join("sub") + kSep + "inner", "i");
   std::string base;
   ASSERT_TRUE(MakeAbsolutePath(dir.path, base));
-  Strings entries;
-  for (const char* name : {"..x", ".x", "empty", "f", "sub", "ファイル"}) entries.push_back(base + kSep + name);
+  Strings entries, recursive = files;
+  for (const std::string& name : files) entries.push_back(base + kSep + name);
+  entries.push_back(base + kSep + "empty"), entries.push_back(base + kSep + "sub");
+  recursive.push_back("sub" + kSep + "inner");
   // Both separators and a trailing one name the same folder.
   std::string forward = dir.path, backward = dir.path;
   std::replace(forward.begin(), forward.end(), '\\', '/');
@@ -152,9 +167,15 @@ TEST(Listing, ListGivesAbsoluteEntriesAndListFilesNames) {
     Strings out = {"keep"};
     Sys()->List(path, out);
     EXPECT_EQ(out[0], "keep") << "earlier content stays";
-    EXPECT_EQ(Sorted(Strings(out.begin() + 1, out.end())), entries) << path;
-    EXPECT_EQ(Sorted(FilesOf(path, false)), (Strings{"..x", ".x", "f", "ファイル"})) << path;
-    EXPECT_EQ(Sorted(FilesOf(path, true)), (Strings{"..x", ".x", "f", "sub" + kSep + "inner", "ファイル"}));
+    EXPECT_EQ(Sorted(Strings(out.begin() + 1, out.end())), Sorted(entries)) << path;
+    EXPECT_EQ(Sorted(FilesOf(path, false)), files) << path;
+    EXPECT_EQ(Sorted(FilesOf(path, true)), Sorted(recursive));
+  }
+  for (const std::string& name : FilesOf(dir.path, false)) {
+    for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+      EXPECT_EQ(Contents(GetOpener(type), dir.Join(name)), name) << type;
+    }
+    EXPECT_TRUE(Sys()->RemoveFile(dir.Join(name))) << "by the name the listing gives";
   }
   Strings out = {"keep"};
   for (const char* nothing : {"missing", "f", "empty"}) {
@@ -194,32 +215,6 @@ TEST(Listing, RecursiveWalkIsBreadthFirstAndEndsInALinkLoop) {
   ASSERT_GE(out.size(), 4u);
   const std::string c = "c" + kSep, loop = c + "loop" + kSep;
   EXPECT_EQ(Strings(out.begin(), out.begin() + 4), (Strings{"y.txt", c + "w.txt", loop + "y.txt", loop + c + "w.txt"}));
-}
-
-// Linux allows any bytes but '/' and NUL in a name; such a file is listed,
-// opened through every back-end and removed by the name the listing gives.
-// A NUL would cut a path short at the system and name another file: every
-// operation refuses it.
-TEST(FileSystem, NamesAreBytesButNeverANul) {
-  TempDir dir;
-  const std::string file = dir.Join("f"), cut = file + std::string("\0/x", 3);
-  WriteFile(file, "bytes");
-  if (!OnWindows()) std::ofstream(dir.Join("bad\xFFname"), std::ios::binary) << "bytes";
-  Strings listed;
-  Sys()->ListFiles(dir.path, false, listed);
-  LogCapture log;  // the mapped back-end reports its refusals
-  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
-    Opener* o = GetOpener(type);
-    for (const std::string& name : listed) EXPECT_EQ(Contents(o, dir.Join(name)), "bytes") << type;
-    std::string out;
-    EXPECT_FALSE(o->OpenInput(cut) || o->OpenOutput(cut) || o->IsFile(cut) || o->IsDirectory(cut));
-    EXPECT_FALSE(o->StandardizePath(cut, out) || o->CreateDirectories(cut));
-    EXPECT_FALSE(o->RemoveFile(cut) || o->RemoveDirectory(cut) || o->GetModifiedTime(cut) != -1);
-  }
-  EXPECT_EQ(ReadFile(file), "bytes");
-  EXPECT_EQ(Sorted(listed), OnWindows() ? Strings{"f"} : (Strings{"bad\xFFname", "f"}));
-  for (const std::string& name : listed) EXPECT_TRUE(Sys()->RemoveFile(dir.Join(name))) << name;
-  EXPECT_TRUE(fs::is_empty(fs::u8path(dir.path)));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // Logical paths, standardised as text, and absolute OS paths.
 #include <velm/io/path>
 
-#include "core/standardize_path.h"
 #include "os/make_absolute_path.h"
 #include "support/support.h"
 
@@ -46,9 +45,6 @@ TEST(StandardizePathASCII, Examples) {
   EXPECT_TRUE(StandardizePathASCII(same, same) && same == "a/c");
   same = "../x";
   EXPECT_TRUE(!StandardizePathASCII(same, same) && same == "../x");
-  Strings tokens = {"stale"};
-  EXPECT_TRUE(TokenizePathASCII("", tokens) && tokens.empty());
-  EXPECT_TRUE(TokenizePathASCII("/x//y/./z/..", tokens) && tokens == (Strings{"x", "y"}));
 }
 
 std::string Absolute(const std::string& path) {

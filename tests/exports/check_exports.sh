@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# Compares the export table of the shared library with expected_exports.txt.
-# Usage: check_exports.sh LIBRARY EXPECTED_LIST DUMP_TOOL CXXFILT
-# DUMP_TOOL is nm for an ELF library, objdump for a DLL.
+# check_exports.sh LIBRARY EXPECTED_LIST DUMP_TOOL CXXFILT: the export table
+# of the library against the list; DUMP_TOOL is nm for ELF, objdump for a DLL.
 set -euo pipefail
 library=$1 expected=$2 dump_tool=$3 cxxfilt=$4
 work=$(mktemp -d)

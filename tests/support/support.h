@@ -43,23 +43,19 @@ struct TempDir {
                                          std::to_string(counter++))).u8string();
     if (!fs::create_directory(fs::u8path(path))) throw std::runtime_error("exists: " + path);
   }
-  ~TempDir() {
-    std::error_code error;
-    fs::remove_all(fs::u8path(path), error);
-  }
+  ~TempDir() { fs::remove_all(fs::u8path(path), ignored); }
   TempDir(const TempDir&) = delete;
   std::string Join(const std::string& name) const { return path + kSep + name; }
   std::string path;
+  std::error_code ignored;
 };
 
 // The current directory for the life of the object.
 struct InDirectory {
   explicit InDirectory(const std::string& path) : saved(fs::current_path()) { fs::current_path(fs::u8path(path)); }
-  ~InDirectory() {
-    std::error_code error;
-    fs::current_path(saved, error);
-  }
+  ~InDirectory() { fs::current_path(saved, ignored); }
   fs::path saved;
+  std::error_code ignored;
 };
 
 inline void WriteFile(const std::string& path, const std::string& bytes) {
@@ -132,9 +128,7 @@ struct LogCapture {
   ~LogCapture() { log::SetSink(nullptr, nullptr); }
   Strings Errors() const {
     Strings errors;
-    for (const Line& line : lines) {
-      if (line.is_error) errors.push_back(line.message);
-    }
+    for (const Line& line : lines) line.is_error ? errors.push_back(line.message) : void();
     return errors;
   }
   std::vector<Line> lines;
@@ -149,7 +143,6 @@ struct ZipUnloader {
 };
 using ZipPtr = std::unique_ptr<io::Opener, ZipUnloader>;
 
-// Writes bytes to a new file and loads it through a built-in back-end.
 inline ZipPtr LoadBytes(const std::string& bytes, io::OpenerType type = io::OpenerTypeCFile) {
   static TempDir dir;
   static int count = 0;
