@@ -295,8 +295,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool kQuiet = (velm::log::SetSink(Drop, nullptr), true);
   (void)kQuiet;
   // Odd sizes are read as the mapped back-end would, even ones as the others.
+  // One size in three claims 4 GiB, as a stream that cannot know its size
+  // might: memory must follow the bytes that come.
   fuzz::MemoryOpener host(kArchiveName, std::string(reinterpret_cast<const char*>(data), size),
-                          size % 2 == 0);
+                          size % 2 == 0, size % 3 == 0 ? int64_t{1} << 32 : -1);
   FUZZ_CHECK(velm::io::LoadZip("../fuzz.zip", &host) == nullptr);
   FUZZ_CHECK(velm::io::LoadZip("missing.zip", &host) == nullptr);
   Opener* zip = velm::io::LoadZip(kArchiveName, &host);

@@ -151,22 +151,26 @@ TEST(ZipInflate, OutcomesOfOddRecords) {
   // A stored deflate block of "abc" that is not the last, then a block of
   // the reserved type: a data error once the output is complete.
   const std::string then_bad("\x00\x03\x00\xfc\xff" "abc\x07", 9);
+  // The CRC-32 is checked where the whole member came out; "longer" is not whole.
+  ZipRecord damaged("damaged", text, 8), longer = Raw("longer", deflated, 6000);
+  longer.crc = damaged.crc, damaged.crc ^= 1;
   // The stream ends early; the output fills first; the input runs out; a
   // stored member follows its uncompressed size.
-  ZipPtr zip = LoadBytes(ZipWriter().Add(Raw("longer", deflated, 6000)).Add(Raw("shorter", deflated, 5000))
+  ZipPtr zip = LoadBytes(ZipWriter().Add(longer).Add(Raw("shorter", deflated, 5000))
                              .Add(Raw("starved", deflated.substr(0, 4), 5010)).Add(Raw("slice", "abcdef", 3, 0))
                              .Add(Raw("complete", then_bad, 3)).Add(Raw("incomplete", then_bad, 4))
                              .Add(Raw("corrupt", std::string(40, '\xff'), 100)).Add(Raw("bzip2", deflated, 5010, 12))
-                             .bytes);
+                             .Add(damaged).bytes);
   ASSERT_TRUE(zip);
   LogCapture log;
   const std::pair<const char*, std::string> members[] = {
       {"longer", text + std::string(990, '\0')}, {"shorter", text.substr(0, 5000)},
-      {"slice", "abc"}, {"complete", "abc"}, {"incomplete", "<none>"}, {"corrupt", "<none>"}, {"bzip2", "<none>"}};
+      {"slice", "abc"}, {"complete", "abc"}, {"incomplete", "<none>"}, {"corrupt", "<none>"}, {"bzip2", "<none>"}, {"damaged", "<none>"}};
   for (const auto& [name, contents] : members) { EXPECT_EQ(Contents(zip.get(), name), contents) << name; }
   EXPECT_EQ(log.Errors(), (Strings{"Z_DATA_ERROR Failed to inflate file incomplete",
                                    "Z_DATA_ERROR Failed to inflate file corrupt",
-                                   "Compress method 12 is not available for file bzip2"}));
+                                   "Compress method 12 is not available for file bzip2",
+                                   "CRC-32 mismatch in file damaged"}));
   EXPECT_TRUE(zip->IsFile("bzip2"));
   const std::string starved = Contents(zip.get(), "starved");  // what came out, then zeros
   EXPECT_TRUE(starved.size() == 5010 && starved.find_first_not_of('\0', starved.find_first_not_of('x')) == std::string::npos);

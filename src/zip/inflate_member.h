@@ -38,6 +38,10 @@ bool HaveWholeBufferInflater();
 bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
                         uint64_t size);
 
+// The CRC-32 of bytes[0, count): libdeflate's where the build has it, which
+// is several times faster, else zlib's.
+uint32_t Crc32(const unsigned char* bytes, uint64_t count);
+
 }  // namespace velm::io
 
 #endif  // VELMIO_ZIP_INFLATE_MEMBER_H_

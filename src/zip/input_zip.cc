@@ -35,37 +35,32 @@ bool SeekTarget(int64_t tell, int64_t length, int64_t offset, int32_t whence, bo
 
 }  // namespace
 
-int64_t StoredSlice::Tell() { return slice_ ? slice_->Tell() - static_cast<int64_t>(start_) : 0; }
-
 int32_t StoredSlice::Seek(int64_t offset, int32_t whence) {
   int64_t target = 0;
-  if (!slice_ || !SeekTarget(Tell(), GetSize(), offset, whence, true, target)) return -1;
-  return slice_->Seek(static_cast<int64_t>(start_) + target, 0) < 0 ? -1 : 0;
-}
-
-bool StoredSlice::IsEOF() {
-  return !slice_ || slice_->Tell() >= static_cast<int64_t>(start_ + size_);
+  if (!archive_ || !SeekTarget(Tell(), GetSize(), offset, whence, true, target)) return -1;
+  position_ = static_cast<uint64_t>(target);
+  return 0;
 }
 
 bool StoredSlice::GetDescriptor(int* fd, int64_t* offset) {
-  int64_t slice_offset = 0;
-  if (!slice_ || !slice_->GetDescriptor(fd, &slice_offset)) return false;
-  *offset = slice_offset + static_cast<int64_t>(start_);
+  int64_t base = 0;
+  if (!archive_ || !archive_->GetDescriptor(fd, &base)) return false;
+  *offset = base + static_cast<int64_t>(start_);
   return true;
 }
 
 int64_t StoredSlice::Read(void* buffer, size_t count) {
-  if (!slice_) return 0;
-  const int64_t p = slice_->Tell();
-  const auto end = static_cast<int64_t>(start_ + size_);
-  // A slice that failed to seek or to tell its place would read bytes of
-  // another record: nothing rather than a lie.
-  if (p < static_cast<int64_t>(start_) || p >= end) return 0;
-  return slice_->Read(buffer, std::min<uint64_t>(count, static_cast<uint64_t>(end - p)));
+  if (!archive_ || position_ >= size_) return 0;
+  const int64_t got =
+      archive_->ReadInto(start_ + position_, buffer,
+                         static_cast<size_t>(std::min<uint64_t>(count, size_ - position_)));
+  if (got > 0) position_ += static_cast<uint64_t>(got);
+  return got;
 }
 
 Input* StoredSlice::Clone(Opener* opener, const std::string& path) {
-  return slice_ ? opener->OpenInput(path) : nullptr;
+  if (!archive_) return nullptr;
+  return new InputZipStored(opener, path, StoredSlice(archive_, start_, size_));
 }
 
 int32_t InflatedBytes::Seek(int64_t offset, int32_t whence) {

@@ -6,30 +6,33 @@
 #include <string>
 
 #include "core/file_stream.h"
+#include "zip/archive_reader.h"
 
 namespace velm::io {
 
-// A stored member: a slice of the archive read through a private Input.
+// A stored member: a slice of the archive, read in place through the
+// archive's reader, which it shares.
 class StoredSlice {
  public:
-  StoredSlice(std::unique_ptr<Input> slice, uint64_t start, uint64_t size)
-      : slice_(std::move(slice)), start_(start), size_(size) {}
+  StoredSlice(std::shared_ptr<ArchiveReader> archive, uint64_t start, uint64_t size)
+      : archive_(std::move(archive)), start_(start), size_(size) {}
 
-  int64_t Tell();
+  int64_t Tell() { return archive_ ? static_cast<int64_t>(position_) : 0; }
   int32_t Seek(int64_t offset, int32_t whence);
   int64_t GetSize() const { return static_cast<int64_t>(size_); }
-  bool IsEOF();
-  void Close() { slice_.reset(); }
-  bool IsClosed() const { return slice_ == nullptr; }
+  bool IsEOF() { return !archive_ || position_ >= size_; }
+  void Close() { archive_.reset(); }
+  bool IsClosed() const { return archive_ == nullptr; }
+  // The archive's descriptor, where it has one, at the member's data.
   bool GetDescriptor(int* fd, int64_t* offset);
   int64_t Read(void* buffer, size_t count);
-  // A new open of the member through its archive.
   Input* Clone(Opener* opener, const std::string& path);
 
  private:
-  std::unique_ptr<Input> slice_;
+  std::shared_ptr<ArchiveReader> archive_;
   uint64_t start_;  // the member's offset in the archive
   uint64_t size_;
+  uint64_t position_ = 0;
 };
 
 // A deflated member: bytes inflated at open, shared by the stream's clones.

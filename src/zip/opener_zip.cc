@@ -73,6 +73,8 @@ bool OpenerZip::ScanArchive(Input* input) {
 
       if (input->Seek(static_cast<int64_t>(extra_length), 1) == -1) break;
       const int64_t data_start = input->Tell();
+      // A failing Tell would place the member at a position of -1.
+      if (data_start < 0) break;
       entry.offset = static_cast<uint32_t>(data_start);
       if (input->Seek(static_cast<int64_t>(entry.compress_size), 1) == -1) break;
 
@@ -108,11 +110,10 @@ bool OpenerZip::ScanArchive(Input* input) {
   // Everything that can throw comes before taking ownership, so that a
   // failure leaves the archive with the caller alone.
   std::string new_root = input->GetPath() + "://";
-  auto new_reader = std::make_unique<ArchiveReader>(input);
   std::sort(sorted_entries_.begin(), sorted_entries_.end(), NameLess);
+  // The reader takes input only once its memory is had.
+  reader_ = std::make_shared<ArchiveReader>(input);
   root_.swap(new_root);
-  archive_.reset(input);
-  reader_ = std::move(new_reader);
   return true;
 }
 
@@ -165,12 +166,7 @@ Input* OpenerZip::OpenInput(const std::string& path) {
 }
 
 Input* OpenerZip::OpenStored(const std::string& path, const ZipEntry& entry) {
-  std::unique_ptr<Input> slice(reader_->CloneArchive());
-  if (!slice) return nullptr;
-  // A refused seek shows itself in the slice's Tell, which bounds every Read.
-  slice->Seek(static_cast<int64_t>(entry.offset), 0);
-  return new InputZipStored(this, path,
-                            StoredSlice(std::move(slice), entry.offset, entry.uncompress_size));
+  return new InputZipStored(this, path, StoredSlice(reader_, entry.offset, entry.uncompress_size));
 }
 
 Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
@@ -178,7 +174,14 @@ Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
   // may run at once.
   ArchiveReader::Span compressed;
   if (entry.uncompress_size > 0) compressed = reader_->Read(entry.offset, entry.compress_size);
-  InflatedMember member = InflateMember(compressed.bytes, compressed.count, entry.uncompress_size);
+  InflatedMember member;
+  // Bytes lost to a failing read are not the end of the data: zeros in their
+  // place would be a lie.
+  if (compressed.failed) {
+    member.result = InflateResult::kInflateError;
+  } else {
+    member = InflateMember(compressed.bytes, compressed.count, entry.uncompress_size);
+  }
   switch (member.result) {
     case InflateResult::kDone:
       break;
@@ -191,6 +194,14 @@ Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
     case InflateResult::kEndError:
       log::LogError(LogChannel, "Failed to inflateEnd file %s", path.c_str());
       return nullptr;
+  }
+  // Only a whole member can be checked. A recorded 0 is a writer that did not
+  // know the value, and a streamed record's header holds a placeholder.
+  if (member.held == entry.uncompress_size && entry.crc32 != 0 &&
+      (entry.flags & zip::kFlagDataDescriptor) == 0 &&
+      Crc32(member.bytes.get(), member.held) != entry.crc32) {
+    log::LogError(LogChannel, "CRC-32 mismatch in file %s", path.c_str());
+    return nullptr;
   }
   return new InputZipInflated(
       this, path,

@@ -64,11 +64,9 @@ class OpenerZip final : public Opener {
   Input* OpenStored(const std::string& path, const ZipEntry& entry);
   Input* OpenDeflated(const std::string& path, const ZipEntry& entry);
 
-  std::unique_ptr<Input> archive_;
-  // Set with archive_; the only way to its bytes after the scan. Nothing
-  // relies on archive's position then (stored members read through clones),
-  // which a positional read moves on Windows.
-  std::unique_ptr<ArchiveReader> reader_;
+  // The archive's stream and the only way to its bytes after the scan;
+  // shared with the open stored members.
+  std::shared_ptr<ArchiveReader> reader_;
   std::string name_;
   std::string root_;
   // Node-based, so element addresses survive rehashing: sorted_entries and

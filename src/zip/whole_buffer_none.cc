@@ -1,3 +1,5 @@
+#include <zlib.h>
+
 #include "zip/inflate_member.h"
 
 namespace velm::io {
@@ -6,5 +8,9 @@ namespace velm::io {
 bool HaveWholeBufferInflater() { return false; }
 
 bool InflateWholeBuffer(const unsigned char*, uint64_t, unsigned char*, uint64_t) { return false; }
+
+uint32_t Crc32(const unsigned char* bytes, uint64_t count) {
+  return static_cast<uint32_t>(crc32_z(0, bytes, static_cast<z_size_t>(count)));
+}
 
 }  // namespace velm::io
