@@ -44,4 +44,11 @@ int64_t StreamCFile::Write(const void* buffer, size_t count) {
   return static_cast<int64_t>(platform::calls.WriteBuffered(file_.get(), buffer, count));
 }
 
+Input* StreamCFile::Clone(Opener* opener, const std::string& path) {
+  if (!file_) return ReopenByPath(opener, path);
+  BufferedFile copy(platform::calls.ReopenBuffered(file_.get()));
+  if (!copy) return nullptr;
+  return new InputCFile(opener, path, StreamCFile(std::move(copy)));
+}
+
 }  // namespace velm::io

@@ -34,7 +34,9 @@ class StreamCFile {
   bool GetDescriptor(int* fd, int64_t* offset);
   int64_t Read(void* buffer, size_t count);
   int64_t Write(const void* buffer, size_t count);
-  Input* Clone(Opener* opener, const std::string& path) { return ReopenByPath(opener, path); }
+  // The file this stream has open, whatever its path leads to now; by the
+  // path only once the stream is closed.
+  Input* Clone(Opener* opener, const std::string& path);
 
  private:
   BufferedFile file_;

@@ -3,6 +3,7 @@
 #include <velm/io/opener>
 #include <velm/log/log>
 
+#include "os/make_absolute_path.h"
 #include "platform/platform.h"
 
 namespace velm::io {
@@ -17,9 +18,19 @@ struct Unmapper {
   void operator()(const char*) const { platform::calls.Unmap(view); }
 };
 
+std::shared_ptr<const char> NotOpened(const std::string& path) {
+  log::LogError(LogChannel, "Failed to open mmap file %s", path.c_str());
+  return nullptr;
+}
+
 }  // namespace
 
 std::shared_ptr<const char> MappedFileCache::Acquire(const std::string& path, uint64_t& size) {
+  // Keyed by the absolute path: a relative one leads to another file once the
+  // current directory changes. The identity check below covers what the
+  // lexical form cannot tell (links, a directory changed by another thread).
+  std::string absolute;
+  if (!MakeAbsolutePath(path, absolute)) return NotOpened(path);
   // Held for the whole lookup, the system calls and the log line included, so
   // that one path is never mapped twice at once.
   MutexLock hold(lock_);
@@ -28,9 +39,13 @@ std::shared_ptr<const char> MappedFileCache::Acquire(const std::string& path, ui
       it = it->second.view.expired() ? entries_.erase(it) : std::next(it);
     }
   }
-  auto found = entries_.find(path);
+  auto found = entries_.find(absolute);
   if (found != entries_.end()) {
-    if (std::shared_ptr<const char> live = found->second.view.lock()) {
+    // A file replaced since it was mapped stays with the inputs that hold it;
+    // the path now gets the new one.
+    platform::FileIdentity now;
+    std::shared_ptr<const char> live = found->second.view.lock();
+    if (live && platform::calls.IdentityOf(path, now) && now == found->second.identity) {
       size = found->second.size;
       return live;
     }
@@ -41,14 +56,13 @@ std::shared_ptr<const char> MappedFileCache::Acquire(const std::string& path, ui
     case platform::MapResult::kMapped:
       break;
     case platform::MapResult::kNotOpened:
-      log::LogError(LogChannel, "Failed to open mmap file %s", path.c_str());
-      return nullptr;
+      return NotOpened(path);
     case platform::MapResult::kNoView:  // silent, as the open itself went well
       return nullptr;
   }
   // Owned from here on: a failing allocation unmaps it.
   std::shared_ptr<const char> view(mapped.data, Unmapper{mapped});
-  entries_[path] = Entry{view, mapped.size};
+  entries_[absolute] = Entry{view, mapped.size, mapped.identity};
   size = mapped.size;
   return view;
 }

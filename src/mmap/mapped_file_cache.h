@@ -8,16 +8,18 @@
 #include <string>
 
 #include "core/mutex.h"
+#include "platform/platform.h"
 
 namespace velm::io {
 
-// The views of mapped files, one per path while any input holds it. Keyed
-// by the path as the caller wrote it; the table holds weak references only,
-// so it never keeps a view alive.
+// The views of mapped files, one per file while any input holds it. Keyed by
+// absolute path, and a view is shared only while the path still leads to the
+// file it maps; the table holds weak references only, so it never keeps a
+// view alive.
 class MappedFileCache {
  public:
   // The live view of the file at path, mapping it if no input holds one;
-  // size is its length. Null, logged, when the file cannot be mapped.
+  // size is the view's length. Null, logged, when the file cannot be mapped.
   std::shared_ptr<const char> Acquire(const std::string& path, uint64_t& size);
 
   std::size_t EntryCount();
@@ -27,6 +29,7 @@ class MappedFileCache {
   struct Entry {
     std::weak_ptr<const char> view;
     uint64_t size = 0;
+    platform::FileIdentity identity;
   };
 
   Mutex lock_;

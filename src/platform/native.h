@@ -11,12 +11,14 @@ namespace velm::platform::native {
 bool CurrentDirectory(std::string& out);
 bool Canonicalize(const std::string& absolute, std::string& out);
 FileKind KindOf(const std::string& path);
+bool IdentityOf(const std::string& path, FileIdentity& out);
 std::int64_t ModifiedTime(const std::string& path);
 bool CreateDirectories(const std::string& path);
 bool RemoveFile(const std::string& path);
 bool RemoveTree(const std::string& path);
 bool ListDirectory(const std::string& directory, std::vector<DirectoryEntry>& out);
 int Open(const std::string& path, Access access);
+int Reopen(int descriptor);
 bool SizeOf(int descriptor, std::int64_t& size);
 std::int64_t Seek(int descriptor, std::int64_t offset, int whence);
 std::int64_t Read(int descriptor, void* buffer, std::size_t count);
@@ -24,6 +26,7 @@ std::int64_t ReadAt(int descriptor, void* buffer, std::size_t count, std::int64_
 std::int64_t Write(int descriptor, const void* buffer, std::size_t count);
 bool Close(int descriptor);
 std::FILE* OpenBuffered(const std::string& path, Access access);
+std::FILE* ReopenBuffered(std::FILE* file);
 std::size_t ReadBuffered(std::FILE* file, void* buffer, std::size_t count);
 std::size_t WriteBuffered(std::FILE* file, const void* buffer, std::size_t count);
 int SeekBuffered(std::FILE* file, std::int64_t offset, int whence);

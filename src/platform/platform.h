@@ -13,7 +13,7 @@
 //   would cut it there and act on another file.
 // - A directory is never opened as a file.
 // - A file this process maps is never emptied by an open for writing.
-// - A read or write of a descriptor moves at most kMaxTransferBytes per call.
+// - A read or write moves at most kMaxTransferBytes per call.
 // Callers pass a whence of 0, 1 or 2 only: the streams refuse any other
 // before a call, since the Microsoft runtime ends the process on one.
 
@@ -52,12 +52,23 @@ struct DirectoryEntry {
   bool is_directory = false;
 };
 
-// A whole file mapped read-only. `mapping` is what Unmap needs besides the
-// address (the mapping handle on Windows).
+// Which file a name leads to: equal identities are one file (device and
+// inode; volume serial and file index on Windows).
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t file = 0;
+  bool operator==(const FileIdentity& other) const {
+    return device == other.device && file == other.file;
+  }
+};
+
+// A whole file mapped read-only: size is the length of the view. `mapping` is
+// what Unmap needs besides the address (the mapping handle on Windows).
 struct MappedView {
   const char* data = nullptr;
   std::uint64_t size = 0;
   void* mapping = nullptr;
+  FileIdentity identity;
 };
 
 // Pure text: whether path is relative by the rule of this platform (Linux: it
@@ -76,6 +87,7 @@ struct Calls {
   // -1 for a directory or on failure. RemoveTree removes a file or a whole
   // directory, never following a link.
   FileKind (*KindOf)(const std::string& path);
+  bool (*IdentityOf)(const std::string& path, FileIdentity& out);
   std::int64_t (*ModifiedTime)(const std::string& path);
   bool (*CreateDirectories)(const std::string& path);
   bool (*RemoveFile)(const std::string& path);
@@ -85,10 +97,13 @@ struct Calls {
   bool (*ListDirectory)(const std::string& directory, std::vector<DirectoryEntry>& out);
 
   // Files on descriptors. Open gives a descriptor or -1; writing creates or
-  // empties the file. Seek gives the new position or -1; Read, ReadAt and
-  // Write the count moved or -1. ReadAt leaves the position alone on POSIX
-  // and moves it on Windows.
+  // empties the file. Reopen gives a second descriptor to read the file that
+  // descriptor has open, at position 0 and with a position of its own, even
+  // once its path leads elsewhere or nowhere (on Linux through /proc). Seek
+  // gives the new position or -1; Read, ReadAt and Write the count moved or
+  // -1. ReadAt leaves the position alone on POSIX and moves it on Windows.
   int (*Open)(const std::string& path, Access access);
+  int (*Reopen)(int descriptor);
   bool (*SizeOf)(int descriptor, std::int64_t& size);
   std::int64_t (*Seek)(int descriptor, std::int64_t offset, int whence);
   std::int64_t (*Read)(int descriptor, void* buffer, std::size_t count);
@@ -96,8 +111,13 @@ struct Calls {
   std::int64_t (*Write)(int descriptor, const void* buffer, std::size_t count);
   bool (*Close)(int descriptor);
 
-  // Files through the runtime's buffered FILE, opened "rb" or "wb".
+  // Files through the runtime's buffered FILE, opened "rb" or "wb";
+  // ReopenBuffered is Reopen for a FILE opened to read. Reads and writes move
+  // at most kMaxTransferBytes. Once a write has failed (the buffer could not
+  // go out), WriteBuffered takes nothing more: bytes behind lost ones would
+  // be a lie about the file.
   std::FILE* (*OpenBuffered)(const std::string& path, Access access);
+  std::FILE* (*ReopenBuffered)(std::FILE* file);
   std::size_t (*ReadBuffered)(std::FILE* file, void* buffer, std::size_t count);
   std::size_t (*WriteBuffered)(std::FILE* file, const void* buffer, std::size_t count);
   int (*SeekBuffered)(std::FILE* file, std::int64_t offset, int whence);

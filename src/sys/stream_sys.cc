@@ -39,4 +39,10 @@ int64_t StreamSys::Write(const void* buffer, size_t count) {
   return platform::calls.Write(descriptor_.get(), buffer, count);
 }
 
+Input* StreamSys::Clone(Opener* opener, const std::string& path) {
+  if (!descriptor_) return ReopenByPath(opener, path);
+  return StreamOver<InputSys>(opener, path,
+                              platform::Descriptor(platform::calls.Reopen(descriptor_.get())));
+}
+
 }  // namespace velm::io

@@ -27,7 +27,9 @@ class StreamSys {
   bool GetDescriptor(int* fd, int64_t* offset);
   int64_t Read(void* buffer, size_t count);
   int64_t Write(const void* buffer, size_t count);
-  Input* Clone(Opener* opener, const std::string& path) { return ReopenByPath(opener, path); }
+  // The file this stream has open, whatever its path leads to now; by the
+  // path only once the stream is closed.
+  Input* Clone(Opener* opener, const std::string& path);
 
  private:
   platform::Descriptor descriptor_;
@@ -36,6 +38,14 @@ class StreamSys {
 
 using InputSys = FileInput<StreamSys>;
 using OutputSys = FileOutput<StreamSys>;
+
+// A stream over descriptor, sized now; null if it is not open or has no size.
+template <typename Stream>
+Stream* StreamOver(Opener* opener, const std::string& path, platform::Descriptor descriptor) {
+  int64_t size = 0;
+  if (!descriptor || !platform::calls.SizeOf(descriptor.get(), size)) return nullptr;
+  return new Stream(opener, path, StreamSys(std::move(descriptor), size));
+}
 
 }  // namespace velm::io
 

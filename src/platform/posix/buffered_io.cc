@@ -1,5 +1,6 @@
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "platform/descriptor.h"
@@ -8,24 +9,38 @@
 
 namespace velm::platform::native {
 
-std::FILE* OpenBuffered(const std::string& path, Access access) {
-  std::string native;
-  if (!posix::ToNative(path, native)) return nullptr;
-  const bool read = access == Access::kRead;
-  Descriptor fd(posix::OpenFile(native, read ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC));
+namespace {
+
+std::FILE* Buffered(Descriptor fd, const char* mode) {
   if (!fd) return nullptr;
-  std::FILE* file = ::fdopen(fd.get(), read ? "rb" : "wb");
+  std::FILE* file = ::fdopen(fd.get(), mode);
   // From here the FILE owns the descriptor.
   if (file != nullptr) fd.release();
   return file;
 }
 
+}  // namespace
+
+std::FILE* OpenBuffered(const std::string& path, Access access) {
+  std::string native;
+  if (!posix::ToNative(path, native)) return nullptr;
+  const bool read = access == Access::kRead;
+  return Buffered(
+      Descriptor(posix::OpenFile(native, read ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC)),
+      read ? "rb" : "wb");
+}
+
+std::FILE* ReopenBuffered(std::FILE* file) {
+  return Buffered(Descriptor(Reopen(::fileno(file))), "rb");
+}
+
 std::size_t ReadBuffered(std::FILE* file, void* buffer, std::size_t count) {
-  return std::fread(buffer, 1, count, file);
+  return std::fread(buffer, 1, std::min(count, kMaxTransferBytes), file);
 }
 
 std::size_t WriteBuffered(std::FILE* file, const void* buffer, std::size_t count) {
-  return std::fwrite(buffer, 1, count, file);
+  if (std::ferror(file)) return 0;
+  return std::fwrite(buffer, 1, std::min(count, kMaxTransferBytes), file);
 }
 
 int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {

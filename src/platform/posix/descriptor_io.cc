@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <string>
 
 #include "platform/descriptor.h"
 #include "platform/native.h"
@@ -54,17 +55,27 @@ std::int64_t Transfer(Call call) {
 
 std::size_t Cut(std::size_t count) { return std::min(count, kMaxTransferBytes); }
 
+int Advised(int fd) {
+  // Only a hint to the kernel; a refusal changes nothing that is observable.
+  if (fd >= 0) ::posix_fadvise(fd, 0, 0, POSIX_FADV_RANDOM);
+  return fd;
+}
+
 }  // namespace
 
 int Open(const std::string& path, Access access) {
   std::string native;
   if (!posix::ToNative(path, native)) return -1;
   // A new file is readable and writable before the umask, as on Windows.
-  const int fd =
-      posix::OpenFile(native, access == Access::kRead ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC);
-  // Only a hint to the kernel; a refusal changes nothing that is observable.
-  if (fd >= 0) ::posix_fadvise(fd, 0, 0, POSIX_FADV_RANDOM);
-  return fd;
+  return Advised(
+      posix::OpenFile(native, access == Access::kRead ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC));
+}
+
+int Reopen(int descriptor) {
+  // The process's own link to the open file leads to that file even once its
+  // name is gone or names another one; dup() would share the position.
+  if (descriptor < 0) return -1;
+  return Advised(posix::OpenFile("/proc/self/fd/" + std::to_string(descriptor), O_RDONLY));
 }
 
 bool SizeOf(int descriptor, std::int64_t& size) {

@@ -15,10 +15,9 @@
 namespace velm::platform {
 namespace {
 
-struct FileIdentity {
-  dev_t device;
-  ino_t inode;
-};
+FileIdentity IdentityOfStatus(const struct stat& status) {
+  return {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino)};
+}
 
 // The views this process holds, so that an open for writing can refuse a
 // mapped file. Never destroyed: a view still held at exit is unmapped after
@@ -42,8 +41,9 @@ int TruncateUnlessMapped(int fd, const struct stat& status) {
   // and the truncation.
   Views& views = LiveViews();
   std::lock_guard<std::mutex> hold(views.lock);
+  const FileIdentity identity = IdentityOfStatus(status);
   for (const auto& [address, file] : views.live) {
-    if (file.device == status.st_dev && file.inode == status.st_ino) return EACCES;
+    if (file == identity) return EACCES;
   }
   return ::ftruncate(fd, 0) == 0 ? 0 : errno;
 }
@@ -68,13 +68,21 @@ MapResult Map(const std::string& path, MappedView& view) {
   void* address = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, file.get(), 0);
   if (address == MAP_FAILED) return MapResult::kNoView;
   try {
-    views.live.emplace(address, FileIdentity{status.st_dev, status.st_ino});
+    views.live.emplace(address, IdentityOfStatus(status));
   } catch (...) {
     ::munmap(address, size);
     throw;
   }
-  view = MappedView{static_cast<const char*>(address), size, nullptr};
+  view = MappedView{static_cast<const char*>(address), size, nullptr, IdentityOfStatus(status)};
   return MapResult::kMapped;
+}
+
+bool IdentityOf(const std::string& path, FileIdentity& out) {
+  std::string native;
+  struct stat status;
+  if (!posix::ToNative(path, native) || ::stat(native.c_str(), &status) != 0) return false;
+  out = IdentityOfStatus(status);
+  return true;
 }
 
 void Unmap(const MappedView& view) {

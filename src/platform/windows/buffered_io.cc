@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <string>
 
+#include "platform/descriptor.h"
 #include "platform/native.h"
 #include "platform/platform.h"
 #include "platform/windows/wide_text.h"
@@ -14,12 +16,22 @@ std::FILE* OpenBuffered(const std::string& path, Access access) {
   return _wfopen(wide.text, access == Access::kWrite ? L"wb" : L"rb");
 }
 
+std::FILE* ReopenBuffered(std::FILE* file) {
+  Descriptor fd(Reopen(_fileno(file)));
+  if (!fd) return nullptr;
+  std::FILE* copy = _fdopen(fd.get(), "rb");
+  // From here the FILE owns the descriptor.
+  if (copy != nullptr) fd.release();
+  return copy;
+}
+
 std::size_t ReadBuffered(std::FILE* file, void* buffer, std::size_t count) {
-  return std::fread(buffer, 1, count, file);
+  return std::fread(buffer, 1, std::min(count, kMaxTransferBytes), file);
 }
 
 std::size_t WriteBuffered(std::FILE* file, const void* buffer, std::size_t count) {
-  return std::fwrite(buffer, 1, count, file);
+  if (std::ferror(file)) return 0;
+  return std::fwrite(buffer, 1, std::min(count, kMaxTransferBytes), file);
 }
 
 int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {

@@ -11,6 +11,7 @@
 
 #include "platform/native.h"
 #include "platform/platform.h"
+#include "platform/windows/owned_handle.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/win32.h"
 
@@ -36,6 +37,21 @@ int Open(const std::string& path, Access access) {
     return -1;
   }
   return descriptor;
+}
+
+int Reopen(int descriptor) {
+  const auto file = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+  if (file == INVALID_HANDLE_VALUE) return -1;
+  // A new handle on the open file itself, with a file pointer of its own at
+  // 0; DuplicateHandle would share the pointer.
+  HANDLE opened =
+      ReOpenFile(file, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, FILE_FLAG_RANDOM_ACCESS);
+  if (opened == INVALID_HANDLE_VALUE) return -1;
+  windows::OwnedHandle handle(opened);
+  const int fd = _open_osfhandle(reinterpret_cast<intptr_t>(handle.get()), _O_RDONLY | _O_BINARY);
+  // From here the descriptor owns the handle.
+  if (fd != -1) handle.release();
+  return fd;
 }
 
 bool SizeOf(int descriptor, std::int64_t& size) {

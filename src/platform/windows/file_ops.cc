@@ -3,6 +3,7 @@
 
 #include "platform/native.h"
 #include "platform/platform.h"
+#include "platform/windows/file_identity.h"
 #include "platform/windows/owned_handle.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/win32.h"
@@ -28,6 +29,18 @@ FileKind KindOf(const std::string& path) {
   DWORD attributes = GetFileAttributesW(wide.text);
   if (attributes == INVALID_FILE_ATTRIBUTES) return FileKind::kMissing;
   return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? FileKind::kDirectory : FileKind::kFile;
+}
+
+bool IdentityOf(const std::string& path, FileIdentity& out) {
+  windows::WidePath wide(path);
+  if (wide.IsRefused()) return false;
+  // No access asked for, and every share mode: the question is answered
+  // whoever holds the file open, a directory included.
+  HANDLE opened = CreateFileW(wide.text, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                              nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  if (opened == INVALID_HANDLE_VALUE) return false;
+  windows::OwnedHandle file(opened);
+  return windows::IdentityOfHandle(file.get(), out);
 }
 
 std::int64_t ModifiedTime(const std::string& path) {

@@ -4,6 +4,7 @@
 
 #include "platform/native.h"
 #include "platform/platform.h"
+#include "platform/windows/file_identity.h"
 #include "platform/windows/owned_handle.h"
 #include "platform/windows/wide_text.h"
 #include "platform/windows/win32.h"
@@ -24,6 +25,8 @@ MapResult Map(const std::string& path, MappedView& view) {
   // With the high part asked for, only the error code tells a failure from a
   // size whose low part is all ones.
   if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) return MapResult::kNotOpened;
+  FileIdentity identity;
+  if (!windows::IdentityOfHandle(file.get(), identity)) return MapResult::kNotOpened;
   // An empty file cannot be mapped: the mapping fails for it.
   windows::OwnedHandle mapping(
       CreateFileMappingW(file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
@@ -35,6 +38,7 @@ MapResult Map(const std::string& path, MappedView& view) {
   view.data = static_cast<const char*>(data);
   view.size = (static_cast<std::uint64_t>(high) << 32) | low;
   view.mapping = mapping.release();
+  view.identity = identity;
   return MapResult::kMapped;
 }
 
