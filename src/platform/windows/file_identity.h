@@ -13,8 +13,8 @@ inline bool IdentityOfHandle(HANDLE handle, FileIdentity& out) {
   BY_HANDLE_FILE_INFORMATION information;
   if (!GetFileInformationByHandle(handle, &information)) return false;
   out.device = information.dwVolumeSerialNumber;
-  out.file = (static_cast<std::uint64_t>(information.nFileIndexHigh) << 32) |
-             information.nFileIndexLow;
+  out.file =
+      (static_cast<std::uint64_t>(information.nFileIndexHigh) << 32) | information.nFileIndexLow;
   return true;
 }
 
