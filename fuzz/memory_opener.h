@@ -37,7 +37,8 @@ class MemoryInput final : public velm::io::Input {
     const int64_t base = whence == 0 ? 0 : whence == 1 ? position_ : Length();
     // Bounds keep base + offset inside int64_t.
     if (offset < -base || offset > (int64_t{1} << 40)) return -1;
-    if (!seek_past_end_ && base + offset > Length()) return -1;
+    // A stream that does not know its size cannot know where it ends.
+    if (!seek_past_end_ && claimed_size_ < 0 && base + offset > Length()) return -1;
     position_ = base + offset;
     return 0;
   }

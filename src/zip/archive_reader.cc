@@ -85,6 +85,8 @@ int64_t ArchiveReader::ReadInto(uint64_t offset, void* to, size_t count) {
     if (got >= 0) return got;
     // A descriptor that cannot be read at an offset: through the stream.
   }
+  // Nothing lies beyond the end, where a stream may refuse to seek.
+  if (size_ >= 0 && offset >= static_cast<uint64_t>(size_)) return 0;
   MutexLock hold(lock_);
   if (archive_->Seek(static_cast<int64_t>(offset), 0) == -1) return -1;
   return archive_->Read(to, count);
