@@ -66,14 +66,21 @@ TEST(ZipScan, ParentsDuplicatesAndOddNames) {
 // a file that does not load.
 TEST(ZipScan, WalkEndsAtTheFirstThingThatIsNoRecord) {
   const std::string archive = ZipWriter().Stored("a", "b").bytes;
-  ZipRecord streamed("streamed", "streamed content", 8);
-  streamed.flags = 8;  // sizes in a data descriptor, zero in the header
-  streamed.compress_size = streamed.uncompress_size = 0;
+  // Streamed records, sizes in a descriptor behind the data: deflated with the
+  // descriptor's signature, stored without.
+  ZipRecord streamed("streamed", "streamed content", 8), stored("stored", "streamed, stored");
+  std::string trailers[2] = {"PK\x07\x08", ""};
+  for (int i = 0; i < 2; ++i) {
+    ZipRecord& r = i == 0 ? streamed : stored;
+    zip::Put(trailers[i], r.crc, 4), zip::Put(trailers[i], r.compress_size, 4), zip::Put(trailers[i], r.uncompress_size, 4);
+    r.flags = 8, r.compress_size = r.uncompress_size = 0;
+  }
   ZipRecord runaway("short", "");
   runaway.name_length = 1000;
   const std::string content = "zip64 style member";
-  ZipRecord big("big", content);
-  big.compress_size = big.uncompress_size = 0xFFFFFFFF;
+  ZipRecord big("big", content), z64("z64", content);
+  big.compress_size = big.uncompress_size = z64.compress_size = z64.uncompress_size = 0xFFFFFFFF;
+  zip::Put(z64.extra, 1, 2), zip::Put(z64.extra, 16, 2), zip::Put(z64.extra, content.size(), 8), zip::Put(z64.extra, content.size(), 8);
   ZipRecord deflated("deflated", content, 8);
   deflated.compress_size = 0xFFFFFFFF;
   const std::string all_ones = ZipWriter().Stored("first", "1").Add(deflated).Add(big).bytes;
@@ -85,8 +92,9 @@ TEST(ZipScan, WalkEndsAtTheFirstThingThatIsNoRecord) {
       {"", ""}, {"not a zip at all, just text\n", ""}, {ZipWriter().Finish().bytes, ""},
       {"MZ stub" + archive, ""}, {"PK\x07\x08" + archive, ""}, {std::string(29, '\0'), ""},
       {ZipWriter().Add(runaway).bytes, ""}, {archive + ZipWriter().Add(runaway).bytes, "a=b"},
-      // The deflate data is read as the next header.
-      {ZipWriter().Stored("b", "1").Add(streamed).bytes + descriptor + behind, "b=1|streamed="},
+      {ZipWriter().Stored("b", "1").Add(streamed).bytes + trailers[0] + ZipWriter().Add(stored).bytes + trailers[1] + behind,
+       "b=1|behind=lost|stored=streamed, stored|streamed=streamed content"},
+      {ZipWriter().Add(z64).bytes, "z64=" + content},
       {archive + descriptor + behind, "a=b"},
       {ZipWriter().Deflated("g", "kept").bytes + std::string(99, 'Z'), "g=kept"},
       // The seek over 4 GiB of data ends the walk behind the deflated record
@@ -201,6 +209,21 @@ TEST(LoadZip, MessagesAndNestedPaths) {
   EXPECT_EQ(Dump(nested.get()), "s.txt=inner stored");
 }
 
+// Python's zipfile writing to a pipe streams every record: read whole through
+// each back-end, and inside another archive, stored or deflated.
+TEST(ZipCorpus, StreamedArchivesReadWhole) {
+  const std::string seeds = VELMIO_SEEDS_DIR "/", piped = ReadFile(seeds + "python-pipe.zip");
+  const std::string whole = Dump(ZipPtr(LoadZip(seeds + "python.zip")).get());
+  ASSERT_TRUE(!piped.empty() && !whole.empty());
+  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    EXPECT_EQ(Dump(ZipPtr(LoadZip(seeds + "python-pipe.zip", GetOpener(type))).get()), whole) << type;
+  }
+  ZipPtr outer = LoadBytes(ZipWriter().Stored("s.zip", piped).Deflated("d.zip", piped).bytes);
+  for (const char* inner : {"s.zip", "d.zip"}) {
+    EXPECT_EQ(Dump(ZipPtr(LoadZip(inner, outer.get())).get()), whole) << inner;
+  }
+}
+
 // Archives of other tools read whole, through each back-end that reads files.
 // That every corpus archive loads or is refused without harm is the archive
 // fuzzer's first run: it starts from the corpus.
@@ -212,11 +235,49 @@ TEST(ZipCorpus, KnownArchivesOfOtherToolsReadWhole) {
   const std::string hello = "dir/bar=foo \r\n|hello=world \r\n|readonly=important \r\n";
   const std::pair<const char*, std::string> known[] = {
       {"test.zip", gopher}, {"test-trailing-junk.zip", gopher}, {"unix.zip", hello},
-      {"winxp.zip", hello}, {"crc32-not-streamed.zip", "bar.txt=bar\n|foo.txt=foo\n"}, {"readme.notzip", ""}};
+      {"winxp.zip", hello}, {"crc32-not-streamed.zip", "bar.txt=bar\n|foo.txt=foo\n"}, {"readme.notzip", ""},
+      {"go-with-datadesc-sig.zip", "bar.txt=bar\n|foo.txt=foo\n"}, {"go-no-datadesc-sig.zip", "bar.txt=bar\n|foo.txt=foo\n"},
+      {"dd.zip", "filename=This is a test textfile.\n"}};
   LogCapture log;
   for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
     for (const auto& [name, dump] : known) {
       EXPECT_EQ(Dump(ZipPtr(LoadZip(go + name, GetOpener(type))).get()), dump) << name << type;
+    }
+  }
+}
+
+// Holes cost no disk: a stored member of 2.5 GB, a Zip64 member of 4.5 GB and
+// a small member 7 GB into the archive, read through every back-end that
+// reads files, and at the descriptor's offset.
+TEST(ZipLimits, MembersAndArchivesPast4GiB) {
+  TempDir dir;
+  const std::string path = dir.Join("big.zip"), tail = "behind 7 GB";
+  const uint64_t sizes[] = {2500000000, 4500000000};
+  ZipWriter writer;
+  std::ofstream out(fs::u8path(path), std::ios::binary);
+  for (int i = 0; i < 2; ++i) {
+    ZipRecord hole(i == 0 ? "a" : "b", "");
+    hole.compress_size = hole.uncompress_size = i == 0 ? static_cast<uint32_t>(sizes[0]) : 0xFFFFFFFF;
+    if (i == 1) zip::Put(hole.extra, 1, 2), zip::Put(hole.extra, 16, 2), zip::Put(hole.extra, sizes[1], 8), zip::Put(hole.extra, sizes[1], 8);
+    out << writer.Add(hole).Take();
+    out.seekp(static_cast<std::streamoff>(sizes[i] - 3), std::ios::cur) << "end";
+  }
+  out << writer.Stored("tail", tail).Take();
+  out.close();  // Windows maps no file that anyone holds open
+  if (!out) GTEST_SKIP() << "no sparse file of 7 GB in " << dir.path;
+  const auto tail_at = static_cast<int64_t>(fs::file_size(fs::u8path(path)) - tail.size());
+  for (OpenerType type : {OpenerTypeSys, OpenerTypeCFile, OpenerTypeMMap}) {
+    ZipPtr zip(LoadZip(path, GetOpener(type)));
+    std::unique_ptr<Input> b(zip ? zip->OpenInput("b") : nullptr), last(zip ? zip->OpenInput("tail") : nullptr);
+    ASSERT_TRUE(b && last) << type;
+    std::string end(3, '\0'), at(tail.size(), '\0');
+    EXPECT_TRUE(b->GetSize() == static_cast<int64_t>(sizes[1]) && b->Seek(-3, 2) == 0 && b->Read(&end[0], 3) == 3) << type;
+    EXPECT_TRUE(end == "end" && ReadAll(last.get()) == tail) << type;
+    int fd = -1;
+    int64_t offset = 0;
+    EXPECT_EQ(last->GetDescriptor(&fd, &offset), type != OpenerTypeMMap);
+    if (type != OpenerTypeMMap) {
+      EXPECT_TRUE(offset == tail_at && platform::calls.ReadAt(fd, &at[0], at.size(), offset) == 11 && at == tail) << type;
     }
   }
 }

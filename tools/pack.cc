@@ -74,10 +74,6 @@ bool AddMember(io::Opener& sys, const Source& source, const std::vector<std::str
       Error("%s: cannot be read", source.path.c_str());
       return false;
     }
-    if (data.size() >= zip::kMax32) {
-      Error("%s: too large for an archive without zip64", source.path.c_str());
-      return false;
-    }
   }
   zip::Record record(source.name, std::move(data));
   record.dos_time = static_cast<uint16_t>(date_time);
@@ -92,7 +88,7 @@ bool AddMember(io::Opener& sys, const Source& source, const std::vector<std::str
         record.version = zip::kVersionDeflated;
         record.method = zip::kMethodDeflated;
         record.data.swap(packed);
-        record.compress_size = static_cast<uint32_t>(record.data.size());
+        record.compress_size = record.data.size();
       }
     }
   }
@@ -124,7 +120,6 @@ int RunPack(const Options& options) {
   }
   std::vector<Source> sources;
   Collect(sys, directory, "", archive_path, sources);
-  if (sources.size() >= zip::kMax16) return Error("too many members for an archive without zip64");
 
   std::unique_ptr<io::Output> output(sys.OpenOutput(archive_path));
   if (!output) return Error("%s: cannot be created", options.operands[1].c_str());
@@ -134,8 +129,7 @@ int RunPack(const Options& options) {
     ok = AddMember(sys, source, options.store, writer) && Flush(writer, *output);
     if (!ok) break;
   }
-  // The end record holds the directory's offset and size in 32 bits.
-  ok = ok && writer.Finish().size() - zip::kEndRecordSize < zip::kMax32 && Flush(writer, *output);
+  ok = ok && Flush(writer.Finish(), *output);
   output->Close();
   if (ok) return 0;
   sys.RemoveFile(archive_path);

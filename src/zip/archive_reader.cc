@@ -45,7 +45,7 @@ void ArchiveReader::Gather(Span& span, uint64_t capacity, uint64_t limit, ReadMo
   span.count = done;
 }
 
-ArchiveReader::Span ArchiveReader::Read(uint64_t offset, uint32_t count) {
+ArchiveReader::Span ArchiveReader::Read(uint64_t offset, uint64_t count) {
   Span span;
   // What the archive's size leaves for the record; all of it unless a file
   // grew since it was opened.

@@ -39,7 +39,7 @@ class ArchiveReader {
   // Up to count bytes from offset on: fewer where the archive ends or a read
   // fails. A count that a record merely claims costs no more memory than
   // twice the bytes that really come.
-  Span Read(uint64_t offset, uint32_t count);
+  Span Read(uint64_t offset, uint64_t count);
 
   // Up to count bytes at offset into to: the count copied, 0 at the end, -1
   // on a failing read.

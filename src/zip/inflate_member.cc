@@ -3,6 +3,8 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
 #include <memory>
 #include <new>
 
@@ -57,6 +59,10 @@ struct InflateStream {
   }
 };
 
+uInt Piece(std::ptrdiff_t left) {
+  return static_cast<uInt>(std::min<std::ptrdiff_t>(left, std::numeric_limits<uInt>::max()));
+}
+
 // zlib over all the compressed bytes at once into room bytes of out.
 InflateResult InflateWithZlib(const unsigned char* compressed, uint64_t count, uint64_t size,
                               unsigned char* out, uint64_t room, uint64_t& held) {
@@ -65,26 +71,27 @@ InflateResult InflateWithZlib(const unsigned char* compressed, uint64_t count, u
   // zeros of its declared size.
   if (!zip_stream.Init()) return InflateResult::kDone;
   z_stream& state = zip_stream.state;
-  // Both counts fit: they come from 32-bit fields of the record.
+  // zlib counts in 32 bits: members past 4 GiB go in and come out in pieces.
+  const unsigned char* in_end = compressed + count;
+  unsigned char* const out_end = out + room;
   state.next_in = const_cast<unsigned char*>(compressed);
-  state.avail_in = static_cast<uInt>(count);
   state.next_out = out;
-  state.avail_out = static_cast<uInt>(room);
   int result;
   // Once the input is gone, a last call gives what zlib still holds and then
   // Z_BUF_ERROR. Full output is the member's size, or all the input can give.
   do {
+    state.avail_in = Piece(in_end - state.next_in);
+    state.avail_out = Piece(out_end - state.next_out);
     result = inflate(&state, Z_NO_FLUSH);
-  } while (result == Z_OK && state.avail_out > 0);
-  const bool complete = state.total_out == size;
+  } while (result == Z_OK && state.next_out < out_end);
+  held = static_cast<uint64_t>(state.next_out - out);
   const bool ended = zip_stream.End();
   // Running out of input or of room is no failure: the rest reads as zeros.
-  if (result == Z_DATA_ERROR && !complete) return InflateResult::kDataError;
+  if (result == Z_DATA_ERROR && held != size) return InflateResult::kDataError;
   if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR && result != Z_DATA_ERROR) {
     return InflateResult::kInflateError;
   }
   if (!ended) return InflateResult::kEndError;
-  held = state.total_out;
   return InflateResult::kDone;
 }
 
@@ -112,6 +119,36 @@ InflatedMember InflateMember(const unsigned char* compressed, uint64_t count, ui
     Resize(member.bytes, member.held);
   }
   return member;
+}
+
+bool MeasureDeflateStream(Input* input, StreamMeasure& measure) {
+  constexpr size_t kPiece = 64 * 1024;
+  InflateStream zip_stream;
+  if (!zip_stream.Init()) return false;
+  z_stream& state = zip_stream.state;
+  // Input and output share one block; the output is summed and dropped.
+  std::unique_ptr<unsigned char[]> block(new unsigned char[2 * kPiece]);
+  unsigned char* const in = block.get();
+  unsigned char* const out = in + kPiece;
+  measure = StreamMeasure();
+  for (int result = Z_OK; result != Z_STREAM_END;) {
+    if (state.avail_in == 0) {
+      const int64_t got = input->Read(in, kPiece);
+      if (got <= 0) return false;
+      state.next_in = in;
+      state.avail_in = static_cast<uInt>(got);
+    }
+    const uInt offered = state.avail_in;
+    state.next_out = out;
+    state.avail_out = kPiece;
+    result = inflate(&state, Z_NO_FLUSH);
+    if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) return false;
+    const size_t given = kPiece - state.avail_out;
+    measure.taken += offered - state.avail_in;
+    measure.given += given;
+    measure.crc = Crc32(measure.crc, out, given);
+  }
+  return zip_stream.End();
 }
 
 }  // namespace velm::io

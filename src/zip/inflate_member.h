@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include <velm/io/stream>
+
 #include "zip/heap_bytes.h"
 
 namespace velm::io {
@@ -38,9 +40,23 @@ bool HaveWholeBufferInflater();
 bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
                         uint64_t size);
 
-// The CRC-32 of bytes[0, count): libdeflate's where the build has it, which
-// is several times faster, else zlib's.
-uint32_t Crc32(const unsigned char* bytes, uint64_t count);
+// The CRC-32 of bytes[0, count) going on from crc, that of the bytes before
+// (0 for none): libdeflate's where the build has it, which is several times
+// faster, else zlib's.
+uint32_t Crc32(uint32_t crc, const unsigned char* bytes, uint64_t count);
+
+// What inflating a raw deflate stream to its end gives: the compressed bytes
+// it took, the bytes it gave and their CRC-32.
+struct StreamMeasure {
+  uint64_t taken = 0;
+  uint64_t given = 0;
+  uint32_t crc = 0;
+};
+
+// Inflates the deflate stream that input holds from its position, keeping
+// none of the output. False where the stream is damaged or the input ends
+// or fails first. Leaves input somewhere behind the bytes the stream took.
+bool MeasureDeflateStream(Input* input, StreamMeasure& measure);
 
 }  // namespace velm::io
 

@@ -8,6 +8,7 @@
 
 #include "zip/inflate_member.h"
 #include "zip/input_zip.h"
+#include "zip/local_record.h"
 #include "zip/zip_format.h"
 
 namespace velm::io {
@@ -45,61 +46,36 @@ bool OpenerZip::ScanArchive(Input* input) {
   // to show itself in the reads that follow.
   input->Seek(0, 0);
   if (!input->IsEOF()) {
-    std::string entry_name;
+    LocalRecord record;
     std::vector<size_t> parents;
     uint64_t key_bytes = 0;
-    for (;;) {
-      unsigned char header[zip::kLocalHeaderSize];
-      if (input->Read(header, zip::kLocalHeaderSize) != static_cast<int64_t>(zip::kLocalHeaderSize))
-        break;
-      if (zip::Little32(header) != zip::kLocalHeader) break;
-      ZipEntry entry;
-      entry.flags = zip::Little16(header + 6);
-      entry.compress_method = zip::Little16(header + 8);
-      entry.dos_time = zip::Little16(header + 10);
-      entry.dos_date = zip::Little16(header + 12);
-      entry.crc32 = zip::Little32(header + 14);
-      entry.compress_size = zip::Little32(header + 18);
-      entry.uncompress_size = zip::Little32(header + 22);
-      const uint16_t name_length = zip::Little16(header + 26);
-      const uint16_t extra_length = zip::Little16(header + 28);
-
-      entry_name.assign(name_length, '\0');
-      if (name_length > 0 && input->Read(&entry_name[0], name_length) != name_length) {
-        break;
-      }
-      // A name ends at its first NUL although the record holds all N bytes.
-      entry_name.resize(std::strlen(entry_name.c_str()));
-
-      if (input->Seek(static_cast<int64_t>(extra_length), 1) == -1) break;
-      const int64_t data_start = input->Tell();
-      // A failing Tell would place the member at a position of -1.
-      if (data_start < 0) break;
-      entry.offset = static_cast<uint32_t>(data_start);
-      if (input->Seek(static_cast<int64_t>(entry.compress_size), 1) == -1) break;
-
+    while (ReadLocalRecord(input, record)) {
+      const std::string& entry_name = record.name;
+      const ZipEntry& entry = record.entry;
       // The first record of a name wins; a later one is logged and skipped.
       auto inserted = entries_.try_emplace(entry_name, entry);
       // Parents are checked before any of their keys is made, so that the
-      // check costs no more than the bound allows. Bytes up to the end of the
-      // name were read, so the archive really holds them, unlike the sizes a
-      // record claims. The record that passes the bound leaves nothing.
+      // check costs no more than the bound allows. The record that passes
+      // the bound leaves nothing.
       parents.clear();
       if (inserted.second &&
-          !ReserveKeys(entry_name, KeyBound(data_start - extra_length), key_bytes, parents)) {
+          !ReserveKeys(entry_name, KeyBound(record.name_end), key_bytes, parents)) {
         entries_.erase(inserted.first);
         break;
       }
+      // The header's own values, 32 bits through %d, whatever a Zip64 field
+      // or a descriptor said.
       velm::log::Log(LogChannel, -1,
                      "Find zipped file %s, compress_method %d, compress_size "
                      "%d, uncompress_size %d, flags %d, offset %d",
                      entry_name.c_str(), static_cast<int>(entry.compress_method),
-                     static_cast<int>(entry.compress_size), static_cast<int>(entry.uncompress_size),
-                     static_cast<int>(entry.flags), static_cast<int>(entry.offset));
+                     static_cast<int>(record.header_compress_size),
+                     static_cast<int>(record.header_uncompress_size), static_cast<int>(entry.flags),
+                     static_cast<int>(entry.offset));
       if (inserted.second) {
-        ZipEntry& record = inserted.first->second;
-        record.name = inserted.first->first.c_str();
-        sorted_entries_.push_back(&record);
+        ZipEntry& indexed = inserted.first->second;
+        indexed.name = inserted.first->first.c_str();
+        sorted_entries_.push_back(&indexed);
         AddParents(inserted.first->first, parents);
       }
       if (input->IsEOF()) break;
@@ -195,11 +171,10 @@ Input* OpenerZip::OpenDeflated(const std::string& path, const ZipEntry& entry) {
       log::LogError(LogChannel, "Failed to inflateEnd file %s", path.c_str());
       return nullptr;
   }
-  // Only a whole member can be checked. A recorded 0 is a writer that did not
-  // know the value, and a streamed record's header holds a placeholder.
+  // Only a whole member can be checked; a recorded 0 is a writer that did not
+  // know the value.
   if (member.held == entry.uncompress_size && entry.crc32 != 0 &&
-      (entry.flags & zip::kFlagDataDescriptor) == 0 &&
-      Crc32(member.bytes.get(), member.held) != entry.crc32) {
+      Crc32(0, member.bytes.get(), member.held) != entry.crc32) {
     log::LogError(LogChannel, "CRC-32 mismatch in file %s", path.c_str());
     return nullptr;
   }

@@ -31,8 +31,8 @@ bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigne
   return result == LIBDEFLATE_SUCCESS && produced == size;
 }
 
-uint32_t Crc32(const unsigned char* bytes, uint64_t count) {
-  return libdeflate_crc32(0, bytes, static_cast<size_t>(count));
+uint32_t Crc32(uint32_t crc, const unsigned char* bytes, uint64_t count) {
+  return libdeflate_crc32(crc, bytes, static_cast<size_t>(count));
 }
 
 }  // namespace velm::io

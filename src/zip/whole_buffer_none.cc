@@ -9,8 +9,8 @@ bool HaveWholeBufferInflater() { return false; }
 
 bool InflateWholeBuffer(const unsigned char*, uint64_t, unsigned char*, uint64_t) { return false; }
 
-uint32_t Crc32(const unsigned char* bytes, uint64_t count) {
-  return static_cast<uint32_t>(crc32_z(0, bytes, static_cast<z_size_t>(count)));
+uint32_t Crc32(uint32_t crc, const unsigned char* bytes, uint64_t count) {
+  return static_cast<uint32_t>(crc32_z(crc, bytes, static_cast<z_size_t>(count)));
 }
 
 }  // namespace velm::io

@@ -5,12 +5,14 @@
 
 namespace velm::io {
 
-// One member of an archive as its local header gives it. A parent directory
-// that has no record of its own is all zero but for name.
+// One member of an archive as its local record gives it: sizes from a Zip64
+// field where the header holds all ones, and for a streamed record what the
+// walk found behind its data. A parent directory that has no record of its
+// own is all zero but for name.
 struct ZipEntry {
-  uint32_t offset = 0;  // start of the member's data, low 32 bits
-  uint32_t compress_size = 0;
-  uint32_t uncompress_size = 0;
+  uint64_t offset = 0;  // start of the member's data
+  uint64_t compress_size = 0;
+  uint64_t uncompress_size = 0;
   uint16_t compress_method = 0;  // 0 stored, 8 deflate
   uint16_t flags = 0;
   uint16_t dos_time = 0;

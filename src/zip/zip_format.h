@@ -14,12 +14,15 @@ constexpr uint32_t kCentralHeader = 0x02014b50;
 constexpr uint32_t kEndRecord = 0x06054b50;
 constexpr uint32_t kZip64EndRecord = 0x06064b50;
 constexpr uint32_t kZip64Locator = 0x07064b50;
+constexpr uint32_t kDataDescriptor = 0x08074b50;
 
 constexpr size_t kLocalHeaderSize = 30;
 constexpr size_t kCentralHeaderSize = 46;
 constexpr size_t kEndRecordSize = 22;
 constexpr size_t kZip64LocatorSize = 20;
 constexpr size_t kZip64EndRecordSize = 56;
+// Signature, CRC-32 and two 64-bit sizes.
+constexpr size_t kLongestDataDescriptor = 24;
 constexpr uint16_t kZip64ExtraTag = 0x0001;
 constexpr uint32_t kMax32 = 0xFFFFFFFF;
 constexpr uint16_t kMax16 = 0xFFFF;

@@ -32,8 +32,6 @@ namespace velm::test {
 using Strings = std::vector<std::string>;
 const std::string kSep(1, platform::kPathSeparator);
 inline bool OnWindows() { return platform::kPathSeparator == '\\'; }
-// Wine's runtime differs from Windows in a few ways.
-inline bool UnderWine() { return OnWindows() && std::getenv("WINEPREFIX") != nullptr; }
 
 // A fresh folder below the system's temporary one, removed with its contents.
 struct TempDir {

@@ -19,7 +19,10 @@ std::string Deflate(const std::string& content, int level, int strategy = 0);
 // One member. The constructor fills every field from name and content: the
 // data is content itself, or its raw deflate at level for kMethodDeflated
 // (any other method keeps content as it is). Change a field afterwards to
-// write something else; the sizes do not follow data by themselves.
+// write something else; the sizes do not follow data by themselves. With
+// zip64 the headers hold all ones and a Zip64 field the 64-bit sizes; set by
+// the constructor for content of 4 GiB or more. Without it, the low 32 bits
+// of the sizes stand in the headers as they are.
 struct Record {
   Record(std::string name, std::string content, uint16_t method = kMethodStored, int level = 6);
   std::string name;
@@ -31,15 +34,17 @@ struct Record {
   uint16_t dos_time = 0;
   uint16_t dos_date = 0;
   uint32_t crc;
-  uint32_t compress_size;
-  uint32_t uncompress_size;
+  uint64_t compress_size;
+  uint64_t uncompress_size;
+  bool zip64;
   uint16_t name_length;
   uint32_t external_attributes = 0;  // central directory only
 };
 
 // Appends local records to bytes; Finish appends the central directory of
-// those records and the end record, whose sizes and offsets are 32-bit: no
-// zip64.
+// those records and the end record, with the Zip64 end record and locator in
+// front of it where the count or a position does not fit the end record. A
+// record beyond 4 GiB gets a Zip64 field for its offset in the directory.
 struct Writer {
   Writer& Add(const Record& record);
   Writer& Stored(const std::string& name, const std::string& content) {

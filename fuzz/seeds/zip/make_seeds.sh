@@ -7,7 +7,8 @@ set -eu
 cd "$(dirname "$0")"
 export TZ=UTC
 find input -exec touch -d "2021-06-15 12:34:56" {} +
-rm -f infozip-stored.zip infozip-deflated.zip python.zip jar-deflated.jar jar-stored.jar
+rm -f infozip-stored.zip infozip-deflated.zip python.zip python-pipe.zip jar-deflated.jar \
+  jar-stored.jar
 (cd input && zip -q -X -r -0 ../infozip-stored.zip hello.txt docs bin)
 (cd input && zip -q -X -r -9 ../infozip-deflated.zip hello.txt docs bin)
 python3 - <<'PY'
@@ -22,6 +23,18 @@ with zipfile.ZipFile("python.zip", "w") as z:
             arc = os.path.normpath(os.path.join(rel, name))
             method = zipfile.ZIP_STORED if name.endswith(".dat") else zipfile.ZIP_DEFLATED
             z.write(path, arc, compress_type=method)
+PY
+# A pipe cannot seek back: every record is streamed, its sizes in a descriptor.
+python3 - <<'PY' | cat >python-pipe.zip
+import os, sys, zipfile
+with zipfile.ZipFile(sys.stdout.buffer, "w") as z:
+    for root, dirs, files in sorted(os.walk("input")):
+        rel = os.path.relpath(root, "input")
+        for name in sorted(files):
+            info = zipfile.ZipInfo(os.path.normpath(os.path.join(rel, name)), (2021, 6, 15, 12, 34, 56))
+            info.compress_type = zipfile.ZIP_STORED if name.endswith(".dat") else zipfile.ZIP_DEFLATED
+            with open(os.path.join(root, name), "rb") as f, z.open(info, "w") as out:
+                out.write(f.read())
 PY
 (cd input && jar --no-manifest -c -f ../jar-deflated.jar hello.txt docs bin)
 (cd input && jar --no-manifest -c -0 -f ../jar-stored.jar hello.txt docs bin)

@@ -35,7 +35,12 @@ std::size_t WriteBuffered(std::FILE* file, const void* buffer, std::size_t count
 }
 
 int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {
-  return _fseeki64(file, offset, whence);
+  const int result = _fseeki64(file, offset, whence);
+  // A seek that succeeds ends the end-of-file state, as C says and Windows
+  // does; Wine's runtime keeps it. Cleared only where no error is recorded,
+  // which clearerr would drop as well.
+  if (result == 0 && !std::ferror(file)) std::clearerr(file);
+  return result;
 }
 
 std::int64_t TellBuffered(std::FILE* file) { return _ftelli64(file); }
