@@ -131,9 +131,13 @@ bool MeasureDeflateStream(Input* input, StreamMeasure& measure) {
   unsigned char* const in = block.get();
   unsigned char* const out = in + kPiece;
   measure = StreamMeasure();
+  // Reads start small and grow: most streams are short, and what is read
+  // beyond one is read again by the walk.
+  size_t want = 4096;
   for (int result = Z_OK; result != Z_STREAM_END;) {
     if (state.avail_in == 0) {
-      const int64_t got = input->Read(in, kPiece);
+      const int64_t got = input->Read(in, want);
+      want = std::min(2 * want, kPiece);
       if (got <= 0) return false;
       state.next_in = in;
       state.avail_in = static_cast<uInt>(got);

@@ -72,8 +72,10 @@ bool FindStoredEnd(Input* input, bool zip64, ZipEntry& entry) {
     for (size_t i = 0; i < scan_end; ++i) {
       for (size_t signature : {size_t{4}, size_t{0}}) {
         const unsigned char* q = window + i + signature;
+        // The low byte first: it rules out all but one position in 256.
         if (held - i < signature + 4 + 2 * static_cast<size_t>(width) ||
-            zip::Get(q + 4, width) != base + i || zip::Get(q + 4 + width, width) != base + i) {
+            q[4] != static_cast<unsigned char>(base + i) || zip::Get(q + 4, width) != base + i ||
+            zip::Get(q + 4 + width, width) != base + i) {
           continue;
         }
         uint32_t recorded = 0;
