@@ -257,8 +257,7 @@ TEST(ZipLimits, MembersAndArchivesPast4GiB) {
   std::ofstream out(fs::u8path(path), std::ios::binary);
   for (int i = 0; i < 2; ++i) {
     ZipRecord hole(i == 0 ? "a" : "b", "");
-    hole.compress_size = hole.uncompress_size = i == 0 ? static_cast<uint32_t>(sizes[0]) : 0xFFFFFFFF;
-    if (i == 1) zip::Put(hole.extra, 1, 2), zip::Put(hole.extra, 16, 2), zip::Put(hole.extra, sizes[1], 8), zip::Put(hole.extra, sizes[1], 8);
+    hole.compress_size = hole.uncompress_size = sizes[i], hole.zip64 = i == 1;
     out << writer.Add(hole).Take();
     out.seekp(static_cast<std::streamoff>(sizes[i] - 3), std::ios::cur) << "end";
   }
