@@ -66,6 +66,10 @@ bool ReadLocalRecord(Input* input, LocalRecord& record) {
     std::string extra(extra_length, '\0');
     if (extra_length > 0 && input->Read(&extra[0], extra_length) != extra_length) return false;
     zip64 = ApplyZip64(extra, entry);
+    // A stream's size is a signed 64-bit number.
+    if (entry.uncompress_size > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) {
+      return false;
+    }
   } else if (input->Seek(static_cast<int64_t>(extra_length), 1) == -1) {
     return false;
   }
