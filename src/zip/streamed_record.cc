@@ -70,23 +70,24 @@ bool FindStoredEnd(Input* input, bool zip64, ZipEntry& entry) {
     }
     const size_t scan_end = ended ? held : kPiece;
     for (size_t i = 0; i < scan_end; ++i) {
-      for (size_t signature : {size_t{4}, size_t{0}}) {
+      const uint64_t count = base + i;
+      // Only where a descriptor's size fields, with or without the signature
+      // in front, hold this count is the CRC-32 worth its cost.
+      const auto counts = [&](size_t signature) {
         const unsigned char* q = window + i + signature;
         // The low byte first: it rules out all but one position in 256.
-        if (held - i < signature + 4 + 2 * static_cast<size_t>(width) ||
-            q[4] != static_cast<unsigned char>(base + i) || zip::Get(q + 4, width) != base + i ||
-            zip::Get(q + 4 + width, width) != base + i) {
-          continue;
-        }
-        uint32_t recorded = 0;
-        const uint32_t crc = Crc32(crc_before, window, i);
-        const size_t length =
-            DescriptorAt(window + i, held - i, zip64, crc, base + i, base + i, false, recorded);
-        if (length == 0) continue;
-        entry.compress_size = entry.uncompress_size = base + i;
-        entry.crc32 = recorded;
-        return input->Seek(static_cast<int64_t>(entry.offset + base + i + length), 0) != -1;
-      }
+        return held - i >= signature + 4 + 2 * static_cast<size_t>(width) &&
+               q[4] == static_cast<unsigned char>(count) && zip::Get(q + 4, width) == count &&
+               zip::Get(q + 4 + width, width) == count;
+      };
+      if (!counts(4) && !counts(0)) continue;
+      uint32_t recorded = 0;
+      const size_t length = DescriptorAt(window + i, held - i, zip64, Crc32(crc_before, window, i),
+                                         count, count, false, recorded);
+      if (length == 0) continue;
+      entry.compress_size = entry.uncompress_size = count;
+      entry.crc32 = recorded;
+      return input->Seek(static_cast<int64_t>(entry.offset + count + length), 0) != -1;
     }
     if (ended) return false;
     crc_before = Crc32(crc_before, window, kPiece);

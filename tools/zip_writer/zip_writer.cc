@@ -3,7 +3,6 @@
 #include <zlib.h>
 
 #include <algorithm>
-#include <initializer_list>
 #include <stdexcept>
 #include <utility>
 
@@ -12,8 +11,9 @@ namespace {
 
 constexpr uint16_t kVersionZip64 = 45;
 
-// A Zip64 field of values, each 64-bit.
-std::string Zip64Field(std::initializer_list<uint64_t> values) {
+// A Zip64 field of values, each 64-bit; none where there are none.
+std::string Zip64Field(const std::vector<uint64_t>& values) {
+  if (values.empty()) return "";
   std::string field;
   Put(field, kZip64ExtraTag, 2);
   Put(field, 8 * values.size(), 2);
@@ -69,8 +69,9 @@ Record::Record(std::string name, std::string content, uint16_t method, int level
 
 Writer& Writer::Add(const Record& record) {
   const uint64_t offset = size();
-  const std::string sizes =
-      record.zip64 ? Zip64Field({record.uncompress_size, record.compress_size}) : "";
+  std::vector<uint64_t> values;
+  if (record.zip64) values = {record.uncompress_size, record.compress_size};
+  const std::string sizes = Zip64Field(values);
   Put(bytes, kLocalHeader, 4);
   PutCommonFields(bytes, record, sizes.size() + record.extra.size());
   bytes += record.name + sizes + record.extra;
@@ -80,12 +81,8 @@ Writer& Writer::Add(const Record& record) {
   // The directory's Zip64 field holds the sizes, then the offset, each only
   // where its own field holds all ones.
   const bool far = offset >= kMax32;
-  std::string central;
-  if (record.zip64 && far) {
-    central = Zip64Field({record.uncompress_size, record.compress_size, offset});
-  } else if (record.zip64 || far) {
-    central = record.zip64 ? sizes : Zip64Field({offset});
-  }
+  if (far) values.push_back(offset);
+  const std::string central = Zip64Field(values);
   Put(directory_, kCentralHeader, 4);
   Put(directory_, kVersionDeflated, 2);  // made by: MS-DOS attributes, 2.0
   PutCommonFields(directory_, record, central.size() + record.extra.size());

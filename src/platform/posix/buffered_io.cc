@@ -1,6 +1,5 @@
 #include <fcntl.h>
 
-#include <algorithm>
 #include <cstdio>
 
 #include "platform/descriptor.h"
@@ -34,15 +33,6 @@ std::FILE* ReopenBuffered(std::FILE* file) {
   return Buffered(Descriptor(Reopen(::fileno(file))), "rb");
 }
 
-std::size_t ReadBuffered(std::FILE* file, void* buffer, std::size_t count) {
-  return std::fread(buffer, 1, std::min(count, kMaxTransferBytes), file);
-}
-
-std::size_t WriteBuffered(std::FILE* file, const void* buffer, std::size_t count) {
-  if (std::ferror(file)) return 0;
-  return std::fwrite(buffer, 1, std::min(count, kMaxTransferBytes), file);
-}
-
 int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {
   return ::fseeko(file, static_cast<off_t>(offset), whence);
 }
@@ -50,7 +40,5 @@ int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {
 std::int64_t TellBuffered(std::FILE* file) { return static_cast<std::int64_t>(::ftello(file)); }
 
 int BufferedDescriptor(std::FILE* file) { return ::fileno(file); }
-
-bool CloseBuffered(std::FILE* file) { return std::fclose(file) == 0; }
 
 }  // namespace velm::platform::native

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -25,15 +24,6 @@ std::FILE* ReopenBuffered(std::FILE* file) {
   return copy;
 }
 
-std::size_t ReadBuffered(std::FILE* file, void* buffer, std::size_t count) {
-  return std::fread(buffer, 1, std::min(count, kMaxTransferBytes), file);
-}
-
-std::size_t WriteBuffered(std::FILE* file, const void* buffer, std::size_t count) {
-  if (std::ferror(file)) return 0;
-  return std::fwrite(buffer, 1, std::min(count, kMaxTransferBytes), file);
-}
-
 int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {
   const int result = _fseeki64(file, offset, whence);
   // A seek that succeeds ends the end-of-file state, as C says and Windows
@@ -46,7 +36,5 @@ int SeekBuffered(std::FILE* file, std::int64_t offset, int whence) {
 std::int64_t TellBuffered(std::FILE* file) { return _ftelli64(file); }
 
 int BufferedDescriptor(std::FILE* file) { return _fileno(file); }
-
-bool CloseBuffered(std::FILE* file) { return std::fclose(file) == 0; }
 
 }  // namespace velm::platform::native
