@@ -15,25 +15,30 @@ int RunCat(const Options& options) {
   if (!chain.OpenContainer(options.operands[0], options.via)) return 1;
   velm::io::Opener* archive = chain.Load();
   if (archive == nullptr) return 1;
+  int status = chain.ReadsWhole() ? 0 : 1;
   SetBinary(stdout);
-  int status = 0;
+  const char* name = chain.name().c_str();
   for (size_t i = 1; i < options.operands.size(); ++i) {
     const char* member = options.operands[i].c_str();
     std::unique_ptr<velm::io::Input> input(archive->OpenInput(member));
     if (!input) {
-      status = Error("%s: %s %s", chain.name().c_str(),
-                     archive->IsFile(member) ? "cannot read member" : "no member", member);
+      status = archive->IsDirectory(member) ? Error("%s: %s is a directory", name, member)
+               : archive->IsFile(member)    ? Error("%s: cannot read member %s", name, member)
+                                            : Error("%s: no member %s", name, member);
       continue;
     }
-    int64_t copied = ReadChunks(*input, [](const char* data, size_t size) {
-      return std::fwrite(data, 1, size, stdout) == size;
+    bool written = true;
+    int64_t copied = ReadChunks(*input, [&written](const char* data, size_t size) {
+      return written = std::fwrite(data, 1, size, stdout) == size;
     });
+    // Standard output's error is told once, when the command ends.
+    if (!written) return 1;
     if (copied != input->GetSize()) {
-      status = Error("%s: %s: read %lld of %lld bytes", chain.name().c_str(), member,
+      status = Error("%s: %s: read %lld of %lld bytes", name, member,
                      static_cast<long long>(copied), static_cast<long long>(input->GetSize()));
     }
   }
-  return std::fflush(stdout) == 0 ? status : Error("cannot write standard output");
+  return status;
 }
 
 }  // namespace tool

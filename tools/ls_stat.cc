@@ -1,13 +1,14 @@
 // ls and stat: what an archive, or a directory of the file system, holds.
+#include <cinttypes>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "archive_chain.h"
-#include "central_directory.h"
 #include "commands.h"
 #include "entry_info.h"
+#include "member_facts.h"
 #include "messages.h"
 
 namespace tool {
@@ -24,28 +25,42 @@ std::string Join(const std::string& directory, const std::string& name) {
 std::string MethodName(uint16_t method) {
   if (method == 0) return "stored";
   if (method == 8) return "deflated";
-  return "method " + std::to_string(method);
+  return "method" + std::to_string(method);
 }
 
-// The method of member as the central directory records it; the library
-// does not tell it.
-std::string MethodOf(ArchiveChain& chain, io::Opener& archive, const std::string& member) {
-  std::string name;
-  std::unique_ptr<io::Input> input(chain.container().OpenInput(chain.path()));
-  CentralDirectory directory;
-  std::string error;
-  if (!archive.StandardizePath(member, name) || !input ||
-      !ReadCentralDirectory(*input, directory, error)) {
-    return "unknown (no central directory)";
+std::string Crc(const MemberFacts& facts) {
+  if (!facts.crc_known) return "-";
+  char text[12];
+  std::snprintf(text, sizeof text, "%08" PRIx32, facts.crc32);
+  return text;
+}
+
+// What unzip -v shows: compressed size and its share saved, method, CRC-32.
+void PrintLong(io::Opener& opener, const MemberTable* table, const std::string& path,
+               const std::string& shown) {
+  const MemberFacts* facts = table ? table->Find(path) : nullptr;
+  const bool directory = opener.IsDirectory(path);
+  std::string length = "-", method = directory ? "dir" : "file", size = "-", ratio = "-", crc = "-";
+  if (facts != nullptr && !directory) {
+    length = std::to_string(facts->uncompressed_size);
+    method = MethodName(facts->method);
+    size = std::to_string(facts->compressed_size);
+    const uint64_t saved =
+        facts->uncompressed_size == 0 || facts->compressed_size >= facts->uncompressed_size
+            ? 0
+            : 100 - facts->compressed_size * 100 / facts->uncompressed_size;
+    ratio = std::to_string(saved) + "%";
+    crc = Crc(*facts);
+  } else if (!directory) {
+    length = FormatSize(Describe(opener, path).size);
   }
-  for (const CentralEntry& entry : directory.entries) {
-    if (entry.name == name) return MethodName(entry.method);
-  }
-  return "unknown (not in the central directory)";
+  std::printf("%10s  %-8s %10s %4s  %-19s  %-8s  %s\n", length.c_str(), method.c_str(),
+              size.c_str(), ratio.c_str(), FormatTime(opener.GetModifiedTime(path)).c_str(),
+              crc.c_str(), shown.c_str());
 }
 
 void PrintField(const char* field, const std::string& value) {
-  std::printf("%-9s %s\n", field, value.c_str());
+  std::printf("%-11s %s\n", field, value.c_str());
 }
 
 void PrintInfo(const std::string& name, const char* kind, const EntryInfo& info) {
@@ -63,12 +78,16 @@ int RunLs(const Options& options) {
   const std::string directory = options.operands.size() > 1 ? options.operands[1] : "";
   io::Opener& container = chain.container();
   io::Opener* opener = &container;
+  std::unique_ptr<MemberTable> table;
   std::string root;
-  if (!chain.nested() && container.IsDirectory(chain.path()) && !container.IsFile(chain.path())) {
+  bool whole = true;
+  if (!chain.nested() && container.IsDirectory(chain.path())) {
     root = Join(chain.path(), directory);
   } else {
     opener = chain.Load();
     if (opener == nullptr) return 1;
+    whole = chain.ReadsWhole();
+    if (options.Has('l')) table.reset(new MemberTable(chain));
     root = directory;
   }
   if (!opener->IsDirectory(root)) {
@@ -81,16 +100,22 @@ int RunLs(const Options& options) {
   } else {
     opener->List(root, names);
   }
-  for (const std::string& name : names) {
-    if (!options.Has('l')) {
-      std::printf("%s\n", name.c_str());
-      continue;
-    }
-    EntryInfo info = Describe(*opener, recursive ? Join(root, name) : name);
-    std::printf("%10s  %-19s  %-4s  %s\n", FormatSize(info.size).c_str(),
-                FormatTime(info.modified).c_str(), info.directory ? "dir" : "file", name.c_str());
+  if (options.Has('l')) {
+    std::printf("%10s  %-8s %10s %4s  %-19s  %-8s  %s\n", "Length", "Method", "Size", "Cmpr",
+                "Modified", "CRC-32", "Name");
   }
-  return 0;
+  for (const std::string& name : names) {
+    // Recursive names are relative to root; shown from the archive's root,
+    // they are what cat takes.
+    const std::string path = recursive ? Join(root, name) : name;
+    const std::string shown = recursive ? Join(directory, name) : name;
+    if (options.Has('l')) {
+      PrintLong(*opener, table.get(), path, shown);
+    } else {
+      std::printf("%s\n", shown.c_str());
+    }
+  }
+  return whole ? 0 : 1;
 }
 
 int RunStat(const Options& options) {
@@ -98,19 +123,26 @@ int RunStat(const Options& options) {
   if (!chain.OpenContainer(options.operands[0], options.via)) return 1;
   io::Opener* archive = chain.Load();
   if (archive == nullptr) return 1;
+  const int status = chain.ReadsWhole() ? 0 : 1;
   if (options.operands.size() == 1) {
     std::vector<std::string> files;
     archive->ListFiles("", true, files);
     PrintInfo(chain.name(), "archive", Describe(chain.container(), chain.path()));
     PrintField("files:", std::to_string(files.size()));
-    return 0;
+    return status;
   }
   const std::string& member = options.operands[1];
   EntryInfo info = Describe(*archive, member);
   if (!info.exists) return Error("%s: no member %s", chain.name().c_str(), member.c_str());
   PrintInfo(member, info.directory ? "directory" : "file", info);
-  PrintField("method:", info.directory ? "-" : MethodOf(chain, *archive, member));
-  return 0;
+  std::string name;
+  const MemberFacts* facts = nullptr;
+  MemberTable table(chain);
+  if (!info.directory && archive->StandardizePath(member, name)) facts = table.Find(name);
+  PrintField("method:", facts ? MethodName(facts->method) : "-");
+  PrintField("compressed:", facts ? std::to_string(facts->compressed_size) : "-");
+  PrintField("CRC-32:", facts ? Crc(*facts) : "-");
+  return status;
 }
 
 }  // namespace tool

@@ -22,26 +22,32 @@ struct Command {
 constexpr size_t kAny = static_cast<size_t>(-1);
 
 const Command kCommands[] = {
-    {{"ls", "[-r] [-l] ARCHIVE [DIR]", "rl", false, 1, 2},
-     "list the members of DIR (-r: every file below it, -l: size, time, kind);\n"
+    {{"ls", "[-r] [-l] ARCHIVE [DIR]", "rl", "", 1, 2},
+     "list the members of DIR (-r: every file below it, by the name that cat\n"
+     "      takes; -l: size, method, compressed size, ratio, time and CRC-32);\n"
      "      a directory of the file system is listed like an archive",
      tool::RunLs},
-    {{"cat", "ARCHIVE MEMBER...", "", false, 2, kAny},
+    {{"cat", "ARCHIVE MEMBER...", "", "", 2, kAny},
      "write the members' bytes to standard output",
      tool::RunCat},
-    {{"stat", "ARCHIVE [MEMBER]", "", false, 1, 2},
-     "kind, size, modified time and method of a member or the archive",
+    {{"stat", "ARCHIVE [MEMBER]", "", "", 1, 2},
+     "kind, sizes, modified time, method and CRC-32 of a member or the archive",
      tool::RunStat},
-    {{"extract", "ARCHIVE DEST", "", false, 2, 2},
-     "write every file member below DEST; unsafe names are skipped",
+    {{"extract", "ARCHIVE DEST [MEMBER|PATTERN...] [--keep|--overwrite]", "", "keep,overwrite", 2,
+      kAny},
+     "write the file members (those named, or matching a pattern with * and ?)\n"
+     "      and the directories below DEST, with their times, checking each CRC-32;\n"
+     "      unsafe names are skipped; existing files are kept unless --overwrite",
      tool::RunExtract},
-    {{"check", "ARCHIVE", "", false, 1, 1},
-     "compare the central directory with what the library sees and reads;\n"
-     "      exit status 1 when a member cannot be seen or read whole",
+    {{"check", "ARCHIVE", "", "", 1, 1},
+     "the gate of an asset pipeline: exit status 1 when the engine, which reads\n"
+     "      the local headers, and tools that read the central directory would see\n"
+     "      the archive differently, or a member cannot be read whole",
      tool::RunCheck},
-    {{"pack", "DIR ARCHIVE [--store EXT,...]", "", true, 2, 2},
-     "write an archive of DIR that the library reads completely; members\n"
-     "      with the listed extensions are stored, the others deflated",
+    {{"pack", "DIR ARCHIVE [--store EXT,...] [--level N]", "", "store=,level=", 2, 2},
+     "write an archive of DIR that the library reads completely; members with\n"
+     "      the listed extensions are stored, the others deflated at level N (0-9,\n"
+     "      default 6); symbolic links are skipped",
      tool::RunPack},
 };
 
@@ -49,6 +55,7 @@ const char kCommonOptions[] =
     "Options of every command:\n"
     "  --via sys|cfile|mmap  back-end that reads the archive (default cfile)\n"
     "  -v                    also show the library's per-record scan lines\n"
+    "  --version             show the tool's version\n"
     "  -h, --help            show this help\n"
     "ARCHIVE::INNER names an archive inside an archive, at any depth.\n"
     "Exit status: 0 done, 1 not found or unreadable, 2 usage error.\n";
@@ -72,7 +79,11 @@ int main(int argc, char** argv) {
   }
   if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     PrintUsage(stdout);
-    return 0;
+    return tool::FinishOutput(0);
+  }
+  if (args[0] == "--version") {
+    std::printf("velmio %s\n", VELMIO_TOOL_VERSION);
+    return tool::FinishOutput(0);
   }
   for (const Command& command : kCommands) {
     if (args[0] != command.syntax.name) continue;
@@ -83,10 +94,10 @@ int main(int argc, char** argv) {
     if (options.help) {
       std::printf("usage: velmio %s %s\n      %s\n\n%s", command.syntax.name,
                   command.syntax.operands, command.summary, kCommonOptions);
-      return 0;
+      return tool::FinishOutput(0);
     }
     tool::InstallLogSink(options.verbose);
-    return command.run(options);
+    return tool::FinishOutput(command.run(options));
   }
   tool::Error("unknown command %s (see velmio --help)", args[0].c_str());
   return 2;

@@ -1,7 +1,9 @@
 #include "messages.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 #include <velm/log/log>
 
@@ -12,6 +14,8 @@ bool verbose_log = false;
 int library_errors = 0;
 void (*before_message)(void*) = nullptr;
 void* before_message_context = nullptr;
+void (*detail_listener)(void*, const char*) = nullptr;
+void* detail_listener_context = nullptr;
 
 void WriteLine(const char* prefix, const char* format, std::va_list args) {
   if (before_message != nullptr) before_message(before_message_context);
@@ -29,6 +33,9 @@ void PrintLine(const char* prefix, const char* format, ...) {
 
 void LibrarySink(void*, unsigned int, int level, bool is_error, const char* message) {
   if (is_error) ++library_errors;
+  if (!is_error && level < 0 && detail_listener != nullptr) {
+    detail_listener(detail_listener_context, message);
+  }
   if (is_error || verbose_log || level >= 0) PrintLine("", "%s", message);
 }
 
@@ -37,6 +44,11 @@ void LibrarySink(void*, unsigned int, int level, bool is_error, const char* mess
 void InstallLogSink(bool verbose) {
   verbose_log = verbose;
   velm::log::SetSink(LibrarySink, nullptr);
+}
+
+void ListenToDetails(void (*listener)(void*, const char*), void* context) {
+  detail_listener = listener;
+  detail_listener_context = context;
 }
 
 int LibraryErrorCount() { return library_errors; }
@@ -54,6 +66,11 @@ void Warning(const char* format, ...) {
   va_start(args, format);
   WriteLine("warning: ", format, args);
   va_end(args);
+}
+
+int FinishOutput(int status) {
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return status;
+  return Error("cannot write standard output: %s", std::strerror(errno));
 }
 
 void SetBeforeMessage(void (*hook)(void* context), void* context) {

@@ -9,6 +9,10 @@ namespace tool {
 // per-record scan lines only when verbose.
 void InstallLogSink(bool verbose);
 
+// Hands every detail line of the library (its per-record scan lines among
+// them) to listener as well, until it is set to null.
+void ListenToDetails(void (*listener)(void* context, const char* line), void* context);
+
 // How many error lines the library has written so far.
 int LibraryErrorCount();
 
@@ -16,6 +20,10 @@ int LibraryErrorCount();
 // a failed command.
 int Error(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void Warning(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Flushes standard output: status, or 1 after an error line when what was
+// written there did not all arrive (a full disk, a closed pipe).
+int FinishOutput(int status);
 
 // Called before every line, so that a progress bar can clear its line.
 void SetBeforeMessage(void (*hook)(void* context), void* context);

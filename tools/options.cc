@@ -1,5 +1,8 @@
 #include "options.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "messages.h"
 
 namespace tool {
@@ -33,12 +36,24 @@ std::vector<std::string> SplitList(const std::string& text) {
   return items;
 }
 
+// Whether "name=" (a value follows) or "name" is among the syntax's options.
+bool Accepts(const CommandSyntax& syntax, const std::string& name, bool with_value) {
+  for (const std::string& option : SplitList(syntax.options)) {
+    if (option == name + (with_value ? "=" : "")) return true;
+  }
+  return false;
+}
+
 bool UsageError(const CommandSyntax& syntax, const std::string& what) {
   Error("%s: %s (see velmio %s --help)", syntax.name, what.c_str(), syntax.name);
   return false;
 }
 
 }  // namespace
+
+bool Options::Has(const std::string& name) const {
+  return std::find(switches.begin(), switches.end(), name) != switches.end();
+}
 
 bool ParseOptions(const CommandSyntax& syntax, const std::vector<std::string>& args,
                   Options& options) {
@@ -66,13 +81,25 @@ bool ParseOptions(const CommandSyntax& syntax, const std::vector<std::string>& a
       value = arg.substr(equals + 1);
       has_value = true;
     }
-    if (name == "--via" || (name == "--store" && syntax.takes_store)) {
+    const std::string bare = name.compare(0, 2, "--") == 0 ? name.substr(2) : "";
+    if (!has_value && Accepts(syntax, bare, false)) {
+      options.switches.push_back(bare);
+      continue;
+    }
+    if (bare == "via" || Accepts(syntax, bare, true)) {
       if (!has_value) {
         if (i + 1 == args.size()) return UsageError(syntax, name + " needs a value");
         value = args[++i];
       }
-      if (name == "--store") {
+      if (bare == "store") {
         options.store = SplitList(value);
+      } else if (bare == "level") {
+        char* end = nullptr;
+        const long level = std::strtol(value.c_str(), &end, 10);
+        if (value.empty() || *end != '\0' || level < 0 || level > 9) {
+          return UsageError(syntax, "--level takes 0 to 9, not " + value);
+        }
+        options.level = static_cast<int>(level);
       } else if (!ParseBackEnd(value, options.via)) {
         return UsageError(syntax, "--via takes sys, cfile or mmap, not " + value);
       }

@@ -1,5 +1,5 @@
-// The command line of one subcommand: its flags, --via, --store and its
-// operands.
+// The command line of one subcommand: its flags, --via, its own long options
+// and its operands.
 #ifndef VELMIO_TOOLS_OPTIONS_H_
 #define VELMIO_TOOLS_OPTIONS_H_
 
@@ -15,18 +15,21 @@ struct Options {
   std::vector<std::string> operands;
   std::string flags;  // the single-letter flags given, such as "rl"
   velm::io::OpenerType via = velm::io::OpenerTypeCFile;
-  std::vector<std::string> store;  // extensions from --store, without dots
+  std::vector<std::string> store;     // extensions from --store, without dots
+  int level = -1;                     // from --level, -1 when not given
+  std::vector<std::string> switches;  // long options without a value, "--" dropped
   bool verbose = false;
   bool help = false;
 
   bool Has(char flag) const { return flags.find(flag) != std::string::npos; }
+  bool Has(const std::string& name) const;
 };
 
 struct CommandSyntax {
   const char* name;
   const char* operands;  // usage text behind the name
   const char* flags;     // letters accepted besides -v
-  bool takes_store;
+  const char* options;   // long options besides --via, such as "store=,keep"
   size_t min_operands;
   size_t max_operands;
 };

@@ -1,6 +1,7 @@
 // pack: an archive of a directory that the library reads completely. Every
-// local header carries the real sizes and CRC-32 (no data descriptor, no
-// zip64), names use "/", and a central directory follows for other tools.
+// local header carries the real sizes and CRC-32 (no data descriptor; Zip64
+// fields only where sizes or offsets need them), names use "/", and a central
+// directory follows for other tools.
 #include <algorithm>
 #include <ctime>
 #include <memory>
@@ -10,8 +11,11 @@
 #include <zlib.h>
 
 #include "commands.h"
+#include "console.h"
+#include "file_attributes.h"
 #include "input_reading.h"
 #include "messages.h"
+#include "progress.h"
 #include "zip_writer.h"
 
 namespace tool {
@@ -21,6 +25,9 @@ namespace io = velm::io;
 namespace zip = velm::zip;
 
 constexpr uint32_t kDosDirectoryAttribute = 0x10;
+// zlib's and Info-ZIP's default: on game assets level 9 took about twice as
+// long for output about 1% smaller.
+constexpr int kDefaultLevel = 6;
 
 struct Source {
   std::string name;  // member name, "/" between levels, "/" behind a directory
@@ -28,17 +35,21 @@ struct Source {
 };
 
 // Every file and directory below directory, depth first, siblings sorted.
+// Links are not followed: one to a directory above would never end.
 void Collect(io::Opener& sys, const std::string& directory, const std::string& prefix,
-             const std::string& skip, std::vector<Source>& out) {
+             const std::string& skip, std::vector<Source>& out, size_t& links) {
   std::vector<std::string> children;
   sys.List(directory, children);
   std::sort(children.begin(), children.end());
   for (const std::string& child : children) {
     std::string name = prefix + child.substr(directory.size() + 1);
     if (child == skip) continue;
-    if (sys.IsDirectory(child)) {
+    if (IsLink(child)) {
+      Warning("skipping %s: a symbolic link", child.c_str());
+      ++links;
+    } else if (sys.IsDirectory(child)) {
       out.push_back({name + "/", child});
-      Collect(sys, child, name + "/", skip, out);
+      Collect(sys, child, name + "/", skip, out, links);
     } else {
       out.push_back({name, child});
     }
@@ -63,8 +74,8 @@ bool HasExtension(const std::string& name, const std::vector<std::string>& exten
 }
 
 // Reads, compresses and adds one source; false after an error line.
-bool AddMember(io::Opener& sys, const Source& source, const std::vector<std::string>& store,
-               zip::Writer& writer) {
+bool AddMember(io::Opener& sys, const Source& source, const Options& options, zip::Writer& writer,
+               Progress& progress) {
   const uint32_t date_time = DosDateTime(sys.GetModifiedTime(source.path));
   const bool directory = source.name.back() == '/';
   std::string data;
@@ -82,8 +93,10 @@ bool AddMember(io::Opener& sys, const Source& source, const std::vector<std::str
     record.external_attributes = kDosDirectoryAttribute;
   } else {
     record.version = zip::kVersionStored;
-    if (!HasExtension(source.name, store)) {
-      std::string packed = zip::Deflate(record.data, Z_BEST_COMPRESSION);
+    progress.AddBytes(record.data.size());
+    if (!HasExtension(source.name, options.store)) {
+      std::string packed =
+          zip::Deflate(record.data, options.level < 0 ? kDefaultLevel : options.level);
       if (packed.size() < record.data.size()) {
         record.version = zip::kVersionDeflated;
         record.method = zip::kMethodDeflated;
@@ -119,19 +132,25 @@ int RunPack(const Options& options) {
     return Error("%s: not a valid path", options.operands[1].c_str());
   }
   std::vector<Source> sources;
-  Collect(sys, directory, "", archive_path, sources);
+  size_t links = 0;
+  Collect(sys, directory, "", archive_path, sources, links);
 
   std::unique_ptr<io::Output> output(sys.OpenOutput(archive_path));
   if (!output) return Error("%s: cannot be created", options.operands[1].c_str());
   zip::Writer writer;
+  Progress progress("packed", sources.size(), IsTerminal(stderr));
   bool ok = true;
   for (const Source& source : sources) {
-    ok = AddMember(sys, source, options.store, writer) && Flush(writer, *output);
+    ok = AddMember(sys, source, options, writer, progress) && Flush(writer, *output);
     if (!ok) break;
+    progress.MemberDone();
   }
   ok = ok && Flush(writer.Finish(), *output);
   output->Close();
-  if (ok) return 0;
+  if (ok) {
+    progress.Finish(0, links);
+    return 0;
+  }
   sys.RemoveFile(archive_path);
   return Error("%s: not written", options.operands[1].c_str());
 }

@@ -24,8 +24,9 @@ std::string Amount(double bytes) {
 
 }  // namespace
 
-Progress::Progress(size_t members, bool terminal)
-    : members_(members),
+Progress::Progress(const char* verb, size_t members, bool terminal)
+    : verb_(verb),
+      members_(members),
       terminal_(terminal),
       start_(std::chrono::steady_clock::now()),
       last_draw_(start_) {
@@ -53,11 +54,9 @@ void Progress::Finish(size_t failed, size_t skipped) {
     Draw(true);
     std::fputc('\n', stderr);
     drawn_ = false;
-    return;
   }
-  std::fprintf(stderr,
-               "velmio: extracted %llu members (%llu failed, %llu skipped), %s in %.2f s (%s/s)\n",
-               static_cast<unsigned long long>(done_ - failed),
+  std::fprintf(stderr, "velmio: %s %llu members (%llu failed, %llu skipped), %s in %.2f s (%s/s)\n",
+               verb_, static_cast<unsigned long long>(done_ - failed),
                static_cast<unsigned long long>(failed), static_cast<unsigned long long>(skipped),
                Amount(static_cast<double>(bytes_)).c_str(), Seconds(), Amount(Rate()).c_str());
 }

@@ -1,5 +1,5 @@
-// Progress of extract on standard error: a bar redrawn in place when that is
-// a terminal, one summary line at the end when it is not.
+// Progress of extract and pack on standard error: a bar redrawn in place when
+// that is a terminal, and one summary line at the end.
 #ifndef VELMIO_TOOLS_PROGRESS_H_
 #define VELMIO_TOOLS_PROGRESS_H_
 
@@ -11,14 +11,15 @@ namespace tool {
 
 class Progress {
  public:
-  Progress(size_t members, bool terminal);
+  // verb names the work in the summary line: "extracted", "packed".
+  Progress(const char* verb, size_t members, bool terminal);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
   void AddBytes(uint64_t bytes);
   void MemberDone();
-  // The bar's final state, or the summary line.
+  // The bar's final state, and the summary line.
   void Finish(size_t failed, size_t skipped);
 
  private:
@@ -27,6 +28,7 @@ class Progress {
   double Seconds() const;
   double Rate() const;
 
+  const char* const verb_;
   const size_t members_;
   const bool terminal_;
   size_t done_ = 0;

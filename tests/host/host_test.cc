@@ -1,4 +1,4 @@
-// A host program: the installed headers and libvelmio alone. The build puts
+// A host program: the installed headers and the package's libraries alone. The build puts
 // <windows.h> before or after the headers; RemoveDirectory works either way.
 #if defined(HOST_WINDOWS_H_FIRST)
 #include <windows.h>
@@ -6,6 +6,7 @@
 #include <velm/io/opener>
 #include <velm/io/path>
 #include <velm/io/version>
+#include <velm/log/log>
 #if defined(HOST_WINDOWS_H_AFTER)
 #include <windows.h>
 #endif
@@ -33,6 +34,11 @@ static int failures = 0;
 int main(int argc, char** argv) {
   CHECK(argc == 2 && std::strcmp(kHeaderVersion, HOST_PACKAGE_VERSION) == 0);
   io::LogChannel = 3;
+  // The sink lives in velmlogbase, which the package links for the host.
+  static int errors = 0;
+  velm::log::SetSink([](void*, unsigned, int, bool is_error, const char*) { errors += is_error; },
+                     nullptr);
+  CHECK(io::LoadZip("missing.zip") == nullptr && errors == 1);
   // One stored member, "a.txt" holding "hi", read through the host's back-end.
   static const char kZip[] = "PK\3\4\12\0\0\0\0\0\0\0\0\0\0\0\0\0\2\0\0\0\2\0\0\0\5\0\0\0a.txthi";
   fuzz::MemoryOpener memory("mem.zip", std::string(kZip, sizeof kZip - 1), true);

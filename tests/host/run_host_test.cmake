@@ -10,6 +10,11 @@ set(prefix ${WORK_DIR}/prefix)
 set(build ${WORK_DIR}/build)
 file(REMOVE_RECURSE ${WORK_DIR})
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+# The tool comes with the package and finds the libraries from where it lies.
+run(${EMULATOR} ${prefix}/bin/velmio${EXE_SUFFIX} --version)
+if(NOT out MATCHES "^velmio [0-9]+\\.[0-9]+\\.[0-9]+")
+  message(FATAL_ERROR "installed velmio --version printed: ${out}")
+endif()
 
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/consumer -B ${build} -G ${GENERATOR}
   -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}

@@ -1,0 +1,116 @@
+#include "library_walk.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+
+#include "input_reading.h"
+#include "messages.h"
+#include "zip/zip_format.h"
+
+namespace tool {
+namespace {
+
+namespace io = velm::io;
+namespace zip = velm::zip;
+
+const char kScanLine[] = "Find zipped file ";
+const char kScanFields[] = ", compress_method ";
+
+// Forwards everything to the back-end that holds the archive, and keeps the
+// archive stream that LoadZip opens, so that its position can be asked for.
+class WatchedContainer : public io::Opener {
+ public:
+  explicit WatchedContainer(io::Opener& inner) : inner_(inner) {}
+  io::Input* archive() const { return archive_; }
+
+  io::OpenerType GetType() const override { return inner_.GetType(); }
+  io::Input* OpenInput(const std::string& path) override {
+    return archive_ = inner_.OpenInput(path);
+  }
+  io::Output* OpenOutput(const std::string& path) override { return inner_.OpenOutput(path); }
+  const std::string& GetName() const override { return inner_.GetName(); }
+  const std::string& GetRoot() const override { return inner_.GetRoot(); }
+  bool IsFile(const std::string& path) override { return inner_.IsFile(path); }
+  bool IsDirectory(const std::string& path) override { return inner_.IsDirectory(path); }
+  bool StandardizePath(const std::string& path, std::string& out) override {
+    return inner_.StandardizePath(path, out);
+  }
+  int64_t GetModifiedTime(const std::string& path) override { return inner_.GetModifiedTime(path); }
+  bool CreateDirectories(const std::string& path) override {
+    return inner_.CreateDirectories(path);
+  }
+  bool RemoveFile(const std::string& path) override { return inner_.RemoveFile(path); }
+  bool RemoveDirectory(const std::string& path) override { return inner_.RemoveDirectory(path); }
+  void List(const std::string& path, std::vector<std::string>& out) override {
+    inner_.List(path, out);
+  }
+  void ListFiles(const std::string& path, bool recursive, std::vector<std::string>& out) override {
+    inner_.ListFiles(path, recursive, out);
+  }
+
+ private:
+  io::Opener& inner_;
+  io::Input* archive_ = nullptr;  // owned by LoadZip, then by the archive
+};
+
+struct Watch {
+  WatchedContainer& container;
+  LibraryWalk& walk;
+};
+
+// A scan line comes right after the library has read a record, when the
+// archive stream stands behind it. The line prints the data's offset in 32
+// bits; the record's header starts where the one before ended, and its data
+// lie less than 4 GiB behind that.
+void OnScanLine(void* context, const char* line) {
+  Watch& watch = *static_cast<Watch*>(context);
+  if (std::strncmp(line, kScanLine, sizeof kScanLine - 1) != 0) return;
+  const char* fields = nullptr;
+  for (const char* at = std::strstr(line, kScanFields); at; at = std::strstr(at + 1, kScanFields)) {
+    fields = at;
+  }
+  long long method = 0, compressed = 0, uncompressed = 0, flags = 0, offset = 0;
+  io::Input* archive = watch.container.archive();
+  const int64_t position = archive != nullptr ? archive->Tell() : -1;
+  if (fields == nullptr || position < 0 ||
+      std::sscanf(fields,
+                  ", compress_method %lld, compress_size %lld, uncompress_size %lld, flags "
+                  "%lld, offset %lld",
+                  &method, &compressed, &uncompressed, &flags, &offset) != 5) {
+    watch.walk.followed = false;
+    return;
+  }
+  WalkRecord record;
+  record.name.assign(line + sizeof kScanLine - 1, fields);
+  record.method = static_cast<uint16_t>(method);
+  record.flags = static_cast<uint16_t>(flags);
+  record.start = watch.walk.end;
+  record.data = record.start + static_cast<uint32_t>(static_cast<uint32_t>(offset) - record.start);
+  record.end = static_cast<uint64_t>(position);
+  watch.walk.end = record.end;
+  watch.walk.records.push_back(std::move(record));
+}
+
+}  // namespace
+
+io::Opener* LoadWatched(io::Opener& container, const std::string& path, LibraryWalk& walk) {
+  WatchedContainer watched(container);
+  Watch watch{watched, walk};
+  walk = LibraryWalk();
+  ListenToDetails(OnScanLine, &watch);
+  io::Opener* archive = io::LoadZip(path, &watched);
+  ListenToDetails(nullptr, nullptr);
+  return archive;
+}
+
+bool WalkReadsWhole(io::Input& file, const LibraryWalk& walk) {
+  const int64_t size = file.GetSize();
+  if (size >= 0 && walk.end >= static_cast<uint64_t>(size)) return true;
+  std::string signature;
+  if (!ReadAt(file, walk.end, 4, signature)) return false;
+  const uint64_t found = zip::Get(reinterpret_cast<const unsigned char*>(signature.data()), 4);
+  return found == zip::kCentralHeader || found == zip::kEndRecord || found == zip::kZip64EndRecord;
+}
+
+}  // namespace tool
