@@ -45,9 +45,10 @@ const Command kCommands[] = {
      "      the archive differently, or a member cannot be read whole",
      tool::RunCheck},
     {{"pack", "DIR ARCHIVE [--store EXT,...] [--level N]", "", "store=,level=", 2, 2},
-     "write an archive of DIR that the library reads completely; members with\n"
-     "      the listed extensions are stored, the others deflated at level N (0-9,\n"
-     "      default 6); symbolic links are skipped",
+     "write an archive of DIR that the library reads completely, on every core;\n"
+     "      members with the listed extensions are stored, the others deflated at\n"
+     "      level N (0-12 with libdeflate, 0-9 with zlib; default 6); symbolic\n"
+     "      links are skipped",
      tool::RunPack},
 };
 

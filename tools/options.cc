@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "member_compressor.h"
 #include "messages.h"
 
 namespace tool {
@@ -96,8 +97,9 @@ bool ParseOptions(const CommandSyntax& syntax, const std::vector<std::string>& a
       } else if (bare == "level") {
         char* end = nullptr;
         const long level = std::strtol(value.c_str(), &end, 10);
-        if (value.empty() || *end != '\0' || level < 0 || level > 9) {
-          return UsageError(syntax, "--level takes 0 to 9, not " + value);
+        if (value.empty() || *end != '\0' || level < 0 || level > MaxCompressionLevel()) {
+          return UsageError(syntax, "--level takes 0 to " + std::to_string(MaxCompressionLevel()) +
+                                        ", not " + value);
         }
         options.level = static_cast<int>(level);
       } else if (!ParseBackEnd(value, options.via)) {

@@ -59,7 +59,7 @@ done <<'CASES'
 2 unknown.command.frobnicate           frobnicate SAMPLE
 2 unknown.option.-x                    ls -x SAMPLE
 2 --via.takes                          cat --via tape SAMPLE a
-2 --level.takes                        pack EXAMPLES WORK/x.zip --level 10
+2 --level.takes                        pack EXAMPLES WORK/x.zip --level 13
 2 missing.operand                      extract SAMPLE
 0 usage:.velmio.COMMAND                --help
 CASES
