@@ -74,8 +74,9 @@ bool ArchiveChain::OpenContainer(const std::string& name, io::OpenerType via) {
 io::Opener* ArchiveChain::Load() { return LoadLevel(name_, &walk_); }
 
 bool ArchiveChain::ReadsWhole() {
+  if (empty_) return true;
   std::unique_ptr<io::Input> file(container_->OpenInput(path_));
-  if (empty_ || (file && WalkReadsWhole(*file, walk_))) return true;
+  if (file && WalkReadsWhole(*file, walk_)) return true;
   Error(
       "%s: read only partly: the library's walk of local headers stops at offset %llu of "
       "%lld, before the central directory; members behind it are not seen",

@@ -7,15 +7,12 @@
 #include <string>
 #include <vector>
 
-#include <zlib.h>
-
-#include <velm/io/path>
-
 #include "archive_chain.h"
 #include "central_directory.h"
 #include "commands.h"
 #include "differentials.h"
 #include "input_reading.h"
+#include "member_name.h"
 #include "messages.h"
 #include "zip/zip_format.h"
 
@@ -45,23 +42,15 @@ void ReadThroughLibrary(io::Opener& archive, const CentralEntry& entry, Findings
     findings.Refuse(subject, "the library cannot open it");
     return;
   }
-  uLong crc = crc32(0, Z_NULL, 0);
-  int64_t count = ReadChunks(*input, [&crc](const char* data, size_t size) {
-    crc = crc32(crc, reinterpret_cast<const Bytef*>(data), static_cast<uInt>(size));
-    return true;
-  });
+  uint32_t crc = 0;
+  int64_t count = ReadChunksSummed(
+      *input, [](const char*, size_t) { return true; }, crc);
   if (count < 0 || static_cast<uint64_t>(count) != entry.uncompressed_size) {
     findings.Refuse(subject, "the library reads " + std::to_string(count < 0 ? 0 : count) +
                                  " of its " + Bytes(entry.uncompressed_size));
   } else if (crc != entry.crc32) {
     findings.Refuse(subject, "the library reads other bytes: the CRC-32 does not match");
   }
-}
-
-bool IsOpenableFile(const std::string& name) {
-  std::string standard;
-  return !name.empty() && name.back() != '/' && name.find('\0') == std::string::npos &&
-         io::StandardizePathASCII(name, standard) && standard == name;
 }
 
 }  // namespace
@@ -83,7 +72,10 @@ int RunCheck(const Options& options) {
   std::vector<bool> seen;
   FindDifferentials(*file, name, directory, chain.walk(), seen, findings);
   for (size_t i = 0; i < directory.entries.size(); ++i) {
-    if (archive != nullptr && seen[i] && IsOpenableFile(directory.entries[i].name)) {
+    // A name with a NUL was refused already; the library knows it shorter.
+    const std::string& member = directory.entries[i].name;
+    if (archive != nullptr && seen[i] && !member.empty() && member.back() != '/' &&
+        member.find('\0') == std::string::npos && IsReachableName(member)) {
       ReadThroughLibrary(*archive, directory.entries[i], findings);
     }
   }

@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include <zlib.h>
-
 #include "archive_chain.h"
 #include "commands.h"
 #include "console.h"
@@ -34,6 +32,12 @@ bool EnsureDirectory(io::Opener& sys, const std::string& path) {
 bool Failed(const std::string& name, const char* why) {
   Error("%s: %s", name.c_str(), why);
   return false;
+}
+
+// The member's time onto path; one without a time keeps that of its writing.
+void KeepTime(io::Opener& archive, const std::string& name, const std::string& path) {
+  const int64_t seconds = archive.GetModifiedTime(name);
+  if (seconds >= 0) SetModifiedTime(path, seconds);
 }
 
 // * stands for any run of characters, "/" included, ? for one.
@@ -88,12 +92,14 @@ bool ExtractMember(io::Opener& archive, io::Opener& sys, const MemberTable& tabl
   }
   std::unique_ptr<io::Output> output(sys.OpenOutput(target));
   if (!output) return Failed(name, "cannot create the file");
-  uLong crc = crc32(0, Z_NULL, 0);
-  int64_t copied = ReadChunks(*input, [&](const char* data, size_t size) {
-    progress.AddBytes(size);
-    crc = crc32(crc, reinterpret_cast<const Bytef*>(data), static_cast<uInt>(size));
-    return output->Write(data, size) == static_cast<int64_t>(size);
-  });
+  uint32_t crc = 0;
+  int64_t copied = ReadChunksSummed(
+      *input,
+      [&](const char* data, size_t size) {
+        progress.AddBytes(size);
+        return output->Write(data, size) == static_cast<int64_t>(size);
+      },
+      crc);
   output->Close();
   const MemberFacts* facts = table.Find(name);
   const char* fault = copied != input->GetSize() ? "read or write failed, nothing kept"
@@ -104,8 +110,7 @@ bool ExtractMember(io::Opener& archive, io::Opener& sys, const MemberTable& tabl
     sys.RemoveFile(target);
     return Failed(name, fault);
   }
-  // A member without a time keeps the time of its writing.
-  if (archive.GetModifiedTime(name) >= 0) SetModifiedTime(target, archive.GetModifiedTime(name));
+  KeepTime(archive, name, target);
   return true;
 }
 
@@ -161,8 +166,8 @@ int RunExtract(const Options& options) {
     if (!EnsureDirectory(sys, path)) {
       ++failed;
       Failed(name, "cannot create the directory");
-    } else if (archive->GetModifiedTime(name) >= 0) {
-      SetModifiedTime(path, archive->GetModifiedTime(name));
+    } else {
+      KeepTime(*archive, name, path);
     }
   }
   progress.Finish(failed, unsafe + kept);

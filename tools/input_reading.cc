@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include <zlib.h>
+
 namespace tool {
 
 int64_t ReadChunks(velm::io::Input& input,
@@ -15,6 +17,18 @@ int64_t ReadChunks(velm::io::Input& input,
     if (!sink(buffer.data(), static_cast<size_t>(count))) return -1;
     total += count;
   }
+}
+
+int64_t ReadChunksSummed(velm::io::Input& input,
+                         const std::function<bool(const char* data, size_t size)>& sink,
+                         uint32_t& crc) {
+  uLong sum = crc32(0, Z_NULL, 0);
+  const int64_t count = ReadChunks(input, [&](const char* data, size_t size) {
+    sum = crc32(sum, reinterpret_cast<const Bytef*>(data), static_cast<uInt>(size));
+    return sink(data, size);
+  });
+  crc = static_cast<uint32_t>(sum);
+  return count;
 }
 
 bool ReadAll(velm::io::Input& input, std::string& out) {

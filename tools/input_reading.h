@@ -16,6 +16,11 @@ namespace tool {
 int64_t ReadChunks(velm::io::Input& input,
                    const std::function<bool(const char* data, size_t size)>& sink);
 
+// ReadChunks that also sums the CRC-32 of what it hands out into crc.
+int64_t ReadChunksSummed(velm::io::Input& input,
+                         const std::function<bool(const char* data, size_t size)>& sink,
+                         uint32_t& crc);
+
 // The rest of input appended to out; false when a read fails.
 bool ReadAll(velm::io::Input& input, std::string& out);
 

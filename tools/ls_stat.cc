@@ -137,8 +137,11 @@ int RunStat(const Options& options) {
   PrintInfo(member, info.directory ? "directory" : "file", info);
   std::string name;
   const MemberFacts* facts = nullptr;
-  MemberTable table(chain);
-  if (!info.directory && archive->StandardizePath(member, name)) facts = table.Find(name);
+  std::unique_ptr<MemberTable> table;
+  if (!info.directory && archive->StandardizePath(member, name)) {
+    table.reset(new MemberTable(chain));
+    facts = table->Find(name);
+  }
   PrintField("method:", facts ? MethodName(facts->method) : "-");
   PrintField("compressed:", facts ? std::to_string(facts->compressed_size) : "-");
   PrintField("CRC-32:", facts ? Crc(*facts) : "-");
