@@ -84,12 +84,13 @@ bool HasExtension(const std::string& name, const std::vector<std::string>& exten
 // could not be read.
 struct Prepared {
   std::unique_ptr<zip::Record> record;
-  uint64_t bytes = 0;  // read from the file
+  uint64_t bytes = 0;     // read from the file
+  int64_t modified = -1;  // seconds; made a DOS time by the writing thread
 };
 
 Prepared Prepare(io::Opener& sys, const Source& source, const Options& options) {
   Prepared prepared;
-  const uint32_t date_time = DosDateTime(sys.GetModifiedTime(source.path));
+  prepared.modified = sys.GetModifiedTime(source.path);
   const bool directory = source.name.back() == '/';
   std::string data;
   if (!directory) {
@@ -99,8 +100,6 @@ Prepared Prepare(io::Opener& sys, const Source& source, const Options& options) 
   prepared.bytes = data.size();
   prepared.record.reset(new zip::Record(source.name, std::move(data)));
   zip::Record& record = *prepared.record;
-  record.dos_time = static_cast<uint16_t>(date_time);
-  record.dos_date = static_cast<uint16_t>(date_time >> 16);
   if (directory) {
     record.external_attributes = kDosDirectoryAttribute;
   } else {
@@ -160,6 +159,10 @@ int RunPack(const Options& options) {
           return false;
         }
         progress.AddBytes(prepared.bytes);
+        // localtime, behind the DOS time, is not safe on several threads.
+        const uint32_t date_time = DosDateTime(prepared.modified);
+        prepared.record->dos_time = static_cast<uint16_t>(date_time);
+        prepared.record->dos_date = static_cast<uint16_t>(date_time >> 16);
         writer.Add(*prepared.record);
         prepared.record.reset();
         progress.MemberDone();
