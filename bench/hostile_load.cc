@@ -1,10 +1,11 @@
 // Loads archives through one back-end and opens and reads every member, for
 // scripts/hostile: prints the time taken and the process's memory peaks, so
 // that the script can hold them against their bounds.
-//   hostile_load [--backend sys|cfile|mmap] [--head FILE] archive...
+//   hostile_load [--backend sys|cfile|mmap] [--head FILE] [--mount-only] archive...
 // With --head, every member must begin with the bytes of FILE and read as
-// zeros behind them. Exit 0, or 2 on bad arguments, 3 when an allocation
-// failed, 4 when a member's bytes broke --head.
+// zeros behind them. With --mount-only, archives are loaded and unloaded
+// and no member is listed or read: the peaks are the index's. Exit 0, or 2 on bad arguments, 3 when
+// an allocation failed, 4 when a member's bytes broke --head.
 
 #include <algorithm>
 #include <chrono>
@@ -100,6 +101,7 @@ int main(int argc, char** argv) {
   velm::io::OpenerType type = velm::io::OpenerTypeCFile;
   std::unique_ptr<std::string> head;
   std::vector<std::string> archives;
+  bool mount_only = false;
   for (int i = 1; i < argc; ++i) {
     const std::string argument = argv[i];
     if (argument == "--backend" && i + 1 < argc) {
@@ -112,6 +114,8 @@ int main(int argc, char** argv) {
       std::ifstream file(argv[++i], std::ios::binary);
       head = std::make_unique<std::string>(std::istreambuf_iterator<char>(file),
                                            std::istreambuf_iterator<char>());
+    } else if (argument == "--mount-only") {
+      mount_only = true;
     } else {
       archives.push_back(argument);
     }
@@ -120,7 +124,7 @@ int main(int argc, char** argv) {
   if (!opener || archives.empty()) {
     std::fprintf(stderr,
                  "usage: hostile_load [--backend sys|cfile|mmap] "
-                 "[--head FILE] archive...\n");
+                 "[--head FILE] [--mount-only] archive...\n");
     return 2;
   }
   velm::log::SetSink(Drop, nullptr);
@@ -142,7 +146,7 @@ int main(int argc, char** argv) {
       load_seconds += Seconds(load_start);
       if (!zip) continue;
       ++totals.loaded;
-      ReadArchive(*zip, head.get(), totals);
+      if (!mount_only) ReadArchive(*zip, head.get(), totals);
       velm::io::UnloadZip(zip);
     }
   } catch (const std::bad_alloc&) {

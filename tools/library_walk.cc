@@ -3,6 +3,8 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 #include "input_reading.h"
 #include "messages.h"
@@ -17,6 +19,30 @@ namespace zip = velm::zip;
 const char kScanLine[] = "Find zipped file ";
 const char kScanFields[] = ", compress_method ";
 
+// The archive stream, forwarded call by call: the library reads ahead only
+// through a stream of its own, so the walk moves this one's position, which
+// the scan lines are matched with.
+class WatchedArchive : public io::Input {
+ public:
+  explicit WatchedArchive(std::unique_ptr<io::Input> inner) : inner_(std::move(inner)) {}
+  int64_t Tell() override { return inner_->Tell(); }
+  int32_t Seek(int64_t offset, int32_t whence) override { return inner_->Seek(offset, whence); }
+  int64_t GetSize() const override { return inner_->GetSize(); }
+  bool IsEOF() override { return inner_->IsEOF(); }
+  void Close() override { inner_->Close(); }
+  bool IsClosed() const override { return inner_->IsClosed(); }
+  const std::string& GetPath() const override { return inner_->GetPath(); }
+  io::Opener* GetOpener() const override { return inner_->GetOpener(); }
+  bool GetDescriptor(int* fd, int64_t* offset) override {
+    return inner_->GetDescriptor(fd, offset);
+  }
+  int64_t Read(void* buffer, size_t count) override { return inner_->Read(buffer, count); }
+  io::Input* Clone() override { return inner_->Clone(); }
+
+ private:
+  std::unique_ptr<io::Input> inner_;
+};
+
 // Forwards everything to the back-end that holds the archive, and keeps the
 // archive stream that LoadZip opens, so that its position can be asked for.
 class WatchedContainer : public io::Opener {
@@ -26,7 +52,8 @@ class WatchedContainer : public io::Opener {
 
   io::OpenerType GetType() const override { return inner_.GetType(); }
   io::Input* OpenInput(const std::string& path) override {
-    return archive_ = inner_.OpenInput(path);
+    std::unique_ptr<io::Input> opened(inner_.OpenInput(path));
+    return archive_ = opened ? new WatchedArchive(std::move(opened)) : nullptr;
   }
   io::Output* OpenOutput(const std::string& path) override { return inner_.OpenOutput(path); }
   const std::string& GetName() const override { return inner_.GetName(); }

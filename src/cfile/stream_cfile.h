@@ -22,6 +22,8 @@ using BufferedFile = std::unique_ptr<std::FILE, BufferedFileCloser>;
 // or OutputCFile. A null file means closed.
 class StreamCFile {
  public:
+  static constexpr ReadAheadRules kReadAheadRules = {false, false, false};
+
   // Takes file, and its size found by seeking.
   explicit StreamCFile(BufferedFile file);
 

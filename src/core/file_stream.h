@@ -9,6 +9,8 @@
 #include <velm/io/opener>
 #include <velm/io/stream>
 
+#include "core/read_ahead_rules.h"
+
 namespace velm::io {
 
 // The one shape of every stream of the library: the contract over a File,
@@ -42,10 +44,12 @@ class FileStream : public Contract {
   std::string path_;
 };
 
+// A File for input also names its kReadAheadRules.
 template <typename File>
-class FileInput : public FileStream<Input, File> {
+class FileInput : public FileStream<Input, File>, public ReadAheadFace {
  public:
   using FileStream<Input, File>::FileStream;
+  ReadAheadRules GetReadAheadRules() const override { return File::kReadAheadRules; }
 
   int64_t Read(void* buffer, size_t count) override { return this->file_.Read(buffer, count); }
   Input* Clone() override { return this->file_.Clone(this->GetOpener(), this->GetPath()); }

@@ -15,6 +15,8 @@ namespace velm::io {
 // dropping the last reference to the view makes a system call: it unmaps it.
 class StreamMMap {
  public:
+  static constexpr ReadAheadRules kReadAheadRules = {true, true, true};
+
   StreamMMap(std::shared_ptr<const char> view, uint64_t size)
       : view_(std::move(view)), size_(size) {}
 

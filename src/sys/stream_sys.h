@@ -14,6 +14,8 @@ namespace velm::io {
 // No buffering: each Read or Write is one call of the system.
 class StreamSys {
  public:
+  static constexpr ReadAheadRules kReadAheadRules = {true, false, true};
+
   StreamSys(platform::Descriptor descriptor, int64_t size)
       : descriptor_(std::move(descriptor)), size_(size) {}
 

@@ -14,6 +14,8 @@ namespace velm::io {
 // archive's reader, which it shares.
 class StoredSlice {
  public:
+  static constexpr ReadAheadRules kReadAheadRules = {true, true, true};
+
   StoredSlice(std::shared_ptr<ArchiveReader> archive, uint64_t start, uint64_t size)
       : archive_(std::move(archive)), start_(start), size_(size) {}
 
@@ -40,6 +42,8 @@ class StoredSlice {
 // up to its size.
 class InflatedBytes {
  public:
+  static constexpr ReadAheadRules kReadAheadRules = {true, true, true};
+
   InflatedBytes(std::shared_ptr<const unsigned char> data, uint64_t held, uint64_t size)
       : data_(std::move(data)), held_(held), size_(size) {}
 

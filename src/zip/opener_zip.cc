@@ -9,6 +9,7 @@
 #include "zip/inflate_member.h"
 #include "zip/input_zip.h"
 #include "zip/local_record.h"
+#include "zip/read_ahead_input.h"
 #include "zip/zip_format.h"
 
 namespace velm::io {
@@ -41,7 +42,11 @@ OpenerZip* OpenerZip::Create(Input* archive) {
   return zip.release();
 }
 
-bool OpenerZip::ScanArchive(Input* input) {
+bool OpenerZip::ScanArchive(Input* archive) {
+  // The walk reads ahead where it can; the archive's own stream is the one
+  // the reader keeps.
+  std::unique_ptr<ReadAheadInput> read_ahead = ReadAheadInput::Over(archive);
+  Input* input = read_ahead ? read_ahead.get() : archive;
   // Where the walk starts is fixed by the format, so a failing seek is left
   // to show itself in the reads that follow.
   input->Seek(0, 0);
@@ -85,10 +90,10 @@ bool OpenerZip::ScanArchive(Input* input) {
 
   // Everything that can throw comes before taking ownership, so that a
   // failure leaves the archive with the caller alone.
-  std::string new_root = input->GetPath() + "://";
+  std::string new_root = archive->GetPath() + "://";
   std::sort(sorted_entries_.begin(), sorted_entries_.end(), NameLess);
   // The reader takes input only once its memory is had.
-  reader_ = std::make_shared<ArchiveReader>(input);
+  reader_ = std::make_shared<ArchiveReader>(archive);
   root_.swap(new_root);
   return true;
 }
