@@ -322,7 +322,8 @@ TEST(ZipLimits, IndexStaysWithinABoundOfTheArchive) {
   // modest each pass the bound together.
   const struct { std::vector<std::string> names; int indexed; } cases[] = {
       {{"keep", Deep(2048), "after"}, 1}, {{Deep(2048), "after"}, 0},
-      {{"keep", tree, tree + "2", "after"}, 4}, {many, -1}};
+      {{"keep", tree, tree + "2", "after"}, 4}, {many, -1},
+      {{"keep", std::string(65535, 'n'), std::string(65534, 'm'), "after"}, 4}};
   for (const auto& c : cases) {
     ZipWriter writer;
     for (const std::string& name : c.names) writer.Stored(name, "x");

@@ -24,9 +24,6 @@ namespace {
 constexpr uint64_t kKeyBytesPerArchiveByte = 4;
 constexpr uint64_t kKeyBytesAllowance = uint64_t{1} << 20;
 
-// Byte order on unsigned values, a prefix first; names hold no NUL.
-bool NameLess(const ZipEntry* a, const ZipEntry* b) { return std::strcmp(a->name, b->name) < 0; }
-
 uint64_t KeyBound(int64_t walked) {
   const uint64_t bytes = walked > 0 ? static_cast<uint64_t>(walked) : 0;
   return kKeyBytesPerArchiveByte * bytes + kKeyBytesAllowance;
@@ -58,16 +55,12 @@ bool OpenerZip::ScanArchive(Input* archive) {
       const std::string& entry_name = record.name;
       const ZipEntry& entry = record.entry;
       // The first record of a name wins; a later one is logged and skipped.
-      auto inserted = entries_.try_emplace(entry_name, entry);
+      const bool first = index_.Find(entry_name) == nullptr;
       // Parents are checked before any of their keys is made, so that the
       // check costs no more than the bound allows. The record that passes
       // the bound leaves nothing.
       parents.clear();
-      if (inserted.second &&
-          !ReserveKeys(entry_name, KeyBound(record.name_end), key_bytes, parents)) {
-        entries_.erase(inserted.first);
-        break;
-      }
+      if (first && !ReserveKeys(entry_name, KeyBound(record.name_end), key_bytes, parents)) break;
       // The header's own values, 32 bits through %d, whatever a Zip64 field
       // or a descriptor said.
       velm::log::Log(LogChannel, -1,
@@ -77,63 +70,57 @@ bool OpenerZip::ScanArchive(Input* archive) {
                      static_cast<int>(record.header_compress_size),
                      static_cast<int>(record.header_uncompress_size), static_cast<int>(entry.flags),
                      static_cast<int>(entry.offset));
-      if (inserted.second) {
-        ZipEntry& indexed = inserted.first->second;
-        indexed.name = inserted.first->first.c_str();
-        sorted_entries_.push_back(&indexed);
-        AddParents(inserted.first->first, parents);
+      if (first) {
+        index_.Add(entry_name, entry);
+        for (size_t length : parents)
+          index_.Add(std::string_view(entry_name).substr(0, length), {});
       }
       if (input->IsEOF()) break;
     }
   }
-  if (entries_.empty()) return false;
+  if (index_.size() == 0) return false;
 
   // Everything that can throw comes before taking ownership, so that a
   // failure leaves the archive with the caller alone.
   std::string new_root = archive->GetPath() + "://";
-  std::sort(sorted_entries_.begin(), sorted_entries_.end(), NameLess);
+  index_.Sort();
   // The reader takes input only once its memory is had.
   reader_ = std::make_shared<ArchiveReader>(archive);
   root_.swap(new_root);
   return true;
 }
 
-bool OpenerZip::ReserveKeys(const std::string& entry_name, uint64_t bound, uint64_t& key_bytes,
+bool OpenerZip::ReserveKeys(std::string_view entry_name, uint64_t bound, uint64_t& key_bytes,
                             std::vector<size_t>& parents) const {
   uint64_t total = key_bytes + entry_name.size();
+  uint64_t pooled = entry_name.size() + 1;
   if (total > bound) return false;
-  std::string prefix;
   // Index 0 is never a parent's end, so a leading "/" makes no entry "/".
   for (size_t i = entry_name.size(); i-- > 1;) {
     if (entry_name[i] != '/') continue;
     // A name that ends in "/" is its own first prefix: it makes no parents.
     if (i + 1 == entry_name.size()) break;
-    prefix.assign(entry_name, 0, i + 1);
+    const std::string_view prefix = entry_name.substr(0, i + 1);
     // A known prefix means everything above it is known as well.
-    if (entries_.count(prefix) != 0) break;
+    if (index_.Find(prefix) != nullptr) break;
     total += prefix.size();
+    pooled += prefix.size() + 1;
     if (total > bound) return false;
     parents.push_back(prefix.size());
   }
+  // A name that does not fit the rest of a pool chunk leaves that rest
+  // unused: the pool grows by at most twice what it holds.
+  if (index_.pool_bytes() + 2 * pooled > MemberIndex::kPoolLimit) return false;
   key_bytes = total;
   return true;
-}
-
-void OpenerZip::AddParents(const std::string& entry_name, const std::vector<size_t>& parents) {
-  for (size_t length : parents) {
-    auto inserted = entries_.emplace(entry_name.substr(0, length), ZipEntry());
-    ZipEntry& record = inserted.first->second;
-    record.name = inserted.first->first.c_str();
-    sorted_entries_.push_back(&record);
-  }
 }
 
 Input* OpenerZip::OpenInput(const std::string& path) {
   std::string standard;
   if (!StandardizePath(path, standard) || standard.empty()) return nullptr;
-  auto found = entries_.find(standard);
-  if (found == entries_.end()) return nullptr;
-  const ZipEntry& entry = found->second;
+  const ZipEntry* found = index_.Find(standard);
+  if (found == nullptr) return nullptr;
+  const ZipEntry& entry = *found;
   switch (entry.compress_method) {
     case zip::kMethodStored:
       return OpenStored(standard, entry);

@@ -5,13 +5,12 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include <velm/io/opener>
 
 #include "zip/archive_reader.h"
+#include "zip/member_index.h"
 #include "zip/zip_entry.h"
 
 namespace velm::io {
@@ -49,15 +48,9 @@ class OpenerZip final : public Opener {
   // Adds to key_bytes the lengths of the name and of those of its parent
   // prefixes that are not indexed yet, and lists the latter in parents,
   // deepest first. False, with key_bytes unchanged, as soon as the sum would
-  // pass bound.
-  bool ReserveKeys(const std::string& name, uint64_t bound, uint64_t& key_bytes,
+  // pass bound, or the names would not fit the index's pool.
+  bool ReserveKeys(std::string_view name, uint64_t bound, uint64_t& key_bytes,
                    std::vector<size_t>& parents) const;
-  void AddParents(const std::string& name, const std::vector<size_t>& parents);
-  using EntryRange =
-      std::pair<std::vector<ZipEntry*>::const_iterator, std::vector<ZipEntry*>::const_iterator>;
-  // The entries whose names begin with prefix, which stand together in
-  // sorted_entries.
-  EntryRange WithPrefix(std::string_view prefix) const;
   // The standardised path as a directory prefix: "" for the root, else with
   // a trailing "/". False for a refused path.
   bool DirectoryPrefix(const std::string& path, std::string& prefix);
@@ -69,10 +62,7 @@ class OpenerZip final : public Opener {
   std::shared_ptr<ArchiveReader> reader_;
   std::string name_;
   std::string root_;
-  // Node-based, so element addresses survive rehashing: sorted_entries and
-  // ZipEntry::name point into it.
-  std::unordered_map<std::string, ZipEntry> entries_;
-  std::vector<ZipEntry*> sorted_entries_;
+  MemberIndex index_;
 };
 
 }  // namespace velm::io

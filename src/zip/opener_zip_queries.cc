@@ -8,33 +8,12 @@
 
 namespace velm::io {
 
-namespace {
-
-bool StartsWith(std::string_view text, std::string_view prefix) {
-  return text.size() >= prefix.size() && text.compare(0, prefix.size(), prefix) == 0;
-}
-
-}  // namespace
-
 bool OpenerZip::StandardizePath(const std::string& path, std::string& out) {
   if (path.empty()) {
     out.clear();
     return true;
   }
   return StandardizePathASCII(path, out);
-}
-
-// string_view compares through char_traits<char>, which orders bytes as
-// unsigned values: the same order as the sort, also for a prefix holding NUL.
-OpenerZip::EntryRange OpenerZip::WithPrefix(std::string_view prefix) const {
-  auto first = std::lower_bound(sorted_entries_.begin(), sorted_entries_.end(), prefix,
-                                [](const ZipEntry* entry, std::string_view key) {
-                                  return std::string_view(entry->name) < key;
-                                });
-  auto last = std::partition_point(first, sorted_entries_.end(), [prefix](const ZipEntry* entry) {
-    return StartsWith(entry->name, prefix);
-  });
-  return {first, last};
 }
 
 bool OpenerZip::DirectoryPrefix(const std::string& path, std::string& prefix) {
@@ -46,25 +25,25 @@ bool OpenerZip::DirectoryPrefix(const std::string& path, std::string& prefix) {
 bool OpenerZip::IsFile(const std::string& path) {
   std::string standard;
   if (!StandardizePath(path, standard)) return false;
-  return entries_.count(standard) != 0;
+  return index_.Find(standard) != nullptr;
 }
 
 bool OpenerZip::IsDirectory(const std::string& path) {
   std::string prefix;
   if (!DirectoryPrefix(path, prefix)) return false;
-  if (prefix.empty() || entries_.count(prefix) != 0) return true;
+  if (prefix.empty() || index_.Find(prefix) != nullptr) return true;
   // A directory entry makes no parents, so a directory may exist only as
   // the prefix of a deeper name.
-  EntryRange below = WithPrefix(prefix);
+  MemberIndex::Range below = index_.WithPrefix(prefix);
   return below.first != below.second;
 }
 
 int64_t OpenerZip::GetModifiedTime(const std::string& path) {
   std::string standard;
   if (!StandardizePath(path, standard) || standard.empty()) return -1;
-  auto found = entries_.find(standard);
-  if (found == entries_.end()) return -1;
-  const ZipEntry& entry = found->second;
+  const ZipEntry* found = index_.Find(standard);
+  if (found == nullptr) return -1;
+  const ZipEntry& entry = *found;
   std::tm time = {};
   time.tm_sec = (entry.dos_time & 0x1f) * 2;
   time.tm_min = (entry.dos_time >> 5) & 0x3f;
@@ -78,9 +57,9 @@ int64_t OpenerZip::GetModifiedTime(const std::string& path) {
 void OpenerZip::List(const std::string& path, std::vector<std::string>& out) {
   std::string prefix;
   if (!DirectoryPrefix(path, prefix)) return;
-  auto [first, last] = WithPrefix(prefix);
+  auto [first, last] = index_.WithPrefix(prefix);
   for (auto it = first; it != last; ++it) {
-    std::string_view entry_name((*it)->name);
+    std::string_view entry_name(index_.NameOf(index_.At(*it)));
     if (entry_name.size() == prefix.size()) continue;
     size_t slash = entry_name.find('/', prefix.size());
     if (slash == std::string_view::npos) {
@@ -94,9 +73,10 @@ void OpenerZip::List(const std::string& path, std::vector<std::string>& out) {
 void OpenerZip::ListFiles(const std::string& path, bool recursive, std::vector<std::string>& out) {
   std::string prefix;
   if (!DirectoryPrefix(path, prefix)) return;
-  auto [first, last] = WithPrefix(prefix);
+  auto [first, last] = index_.WithPrefix(prefix);
   for (auto it = first; it != last; ++it) {
-    std::string_view relative = std::string_view((*it)->name).substr(prefix.size());
+    std::string_view relative =
+        std::string_view(index_.NameOf(index_.At(*it))).substr(prefix.size());
     if (relative.empty() || relative.back() == '/') continue;
     if (!recursive && relative.find('/') != std::string_view::npos) continue;
     out.emplace_back(relative);
