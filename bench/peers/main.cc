@@ -5,13 +5,15 @@
 //   cmake -S . -B build-bench -G Ninja -DVELMIO_BUILD_BENCH=ON -DCMAKE_BUILD_TYPE=Release
 //   cmake --build build-bench --target peers
 //   build-bench/bench/peers [--runs N] [--dir FOLDER]
+//   build-bench/bench/peers [--runs N] --real ARCHIVE...
 //
 // A peer is built in when its Debian package (libphysfs-dev, libzip-dev,
 // libminizip-dev) is found at configure time. The archives are written to
 // FOLDER (kept) or to a temporary folder (removed at the end). Every reader
 // first reads everything once with the CRC-32 of each member checked; any
 // disagreement stops the program. Each timed measurement opens the archive,
-// does its work and closes the archive again.
+// does its work and closes the archive again. With --real, every member of
+// the given archives is read instead, against a floor of libdeflate alone.
 
 #include <algorithm>
 #include <chrono>
@@ -32,6 +34,7 @@
 
 #include "peak_memory.h"
 #include "reader.h"
+#include "real_archives.h"
 #include "workload.h"
 
 namespace velm::bench {
@@ -237,13 +240,14 @@ std::string MachineLine() {
 }
 
 int Usage() {
-  std::fputs("usage: peers [--runs N] [--dir FOLDER]\n", stderr);
+  std::fputs("usage: peers [--runs N] [--dir FOLDER | --real ARCHIVE...]\n", stderr);
   return 1;
 }
 
 int Main(int argc, char** argv) {
   int runs = 7;
   std::string folder;
+  std::vector<std::string> real;
   for (int i = 1; i < argc; ++i) {
     std::string arg = argv[i];
     if (arg == "--runs" && i + 1 < argc) {
@@ -251,9 +255,29 @@ int Main(int argc, char** argv) {
       if (runs < 1) return Usage();
     } else if (arg == "--dir" && i + 1 < argc) {
       folder = argv[++i];
+    } else if (arg == "--real" && i + 1 < argc) {
+      real.assign(argv + i + 1, argv + argc);
+      break;
     } else {
       return Usage();
     }
+  }
+  if (!real.empty()) {
+    std::vector<std::unique_ptr<Reader>> readers;
+#ifdef VELMIO_PEERS_PHYSFS
+    readers.push_back(MakePhysfsReader(argv[0]));
+#endif
+#ifdef VELMIO_PEERS_LIBZIP
+    readers.push_back(MakeLibzipReader());
+#endif
+#ifdef VELMIO_PEERS_MINIZIP
+    readers.push_back(MakeMinizipReader());
+#endif
+    for (int type : {io::OpenerTypeCFile, io::OpenerTypeMMap, io::OpenerTypeSys}) {
+      readers.push_back(MakeVelmioReader(type));
+    }
+    std::printf("%s\n", MachineLine().c_str());
+    return RunRealArchives(real, runs, std::move(readers));
   }
   bool keep = !folder.empty();
   if (!keep) {

@@ -20,19 +20,23 @@ class MinizipMounted : public Mounted {
   void Read(const std::vector<Entry>& entries, size_t first, size_t last, bool verify) override {
     Drain drain("minizip", verify);
     if (unzGoToFirstFile(archive_) != UNZ_OK) Fail("minizip: empty directory");
-    for (size_t i = 0; i < last; ++i) {
-      if (i > 0 && unzGoToNextFile(archive_) != UNZ_OK) {
-        Fail("minizip: directory ends before member " + entries[i].name);
-      }
-      if (i < first) continue;
+    bool moved = false;  // past the member last read
+    for (size_t i = first; i < last; ++i) {
       drain.Start(entries[i]);
-      char name[256];
-      unz_file_info64 info;
-      if (unzGetCurrentFileInfo64(archive_, &info, name, sizeof(name), nullptr, 0, nullptr, 0) !=
-              UNZ_OK ||
-          entries[i].name != name) {
-        drain.Fail("directory order differs from the archive's");
+      // Members that the list leaves out, such as directories, are walked
+      // past, as are those before first.
+      for (char name[1024];; moved = true) {
+        if (moved && unzGoToNextFile(archive_) != UNZ_OK) {
+          drain.Fail("directory ends before this member");
+        }
+        unz_file_info64 info;
+        if (unzGetCurrentFileInfo64(archive_, &info, name, sizeof(name), nullptr, 0, nullptr, 0) !=
+            UNZ_OK) {
+          drain.Fail("unzGetCurrentFileInfo64 failed");
+        }
+        if (entries[i].name == name) break;
       }
+      moved = true;
       if (unzOpenCurrentFile(archive_) != UNZ_OK) {
         drain.Fail("unzOpenCurrentFile failed");
       }

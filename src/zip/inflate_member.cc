@@ -8,7 +8,9 @@
 #include <memory>
 #include <new>
 
+#include "core/viewed_input.h"
 #include "platform/platform.h"
+#include "zip/heap_bytes.h"
 
 namespace velm::io {
 
@@ -121,7 +123,44 @@ InflatedMember InflateMember(const unsigned char* compressed, uint64_t count, ui
   return member;
 }
 
+namespace {
+
+// Streams that give more than this are measured by zlib in pieces, for the
+// memory a whole output would take.
+constexpr uint64_t kLargestMeasuredInView = uint64_t{64} << 20;
+
+// Where the stream lies in a mapped view, the whole-buffer inflater measures
+// it at once, into a block that doubles while it is too small: several
+// times faster than zlib, which is left what this one refuses, so that
+// every stream a compressor writes ends as zlib ends it.
+bool MeasureInView(Input* input, StreamMeasure& measure) {
+  const auto* viewed = dynamic_cast<const ViewedInput*>(input);
+  if (viewed == nullptr || !HaveWholeBufferInflater()) return false;
+  const int64_t at = input->Tell(), size = input->GetSize();
+  const char* view = viewed->GetView();
+  if (view == nullptr || at < 0 || at >= size) return false;
+  const auto* compressed = reinterpret_cast<const unsigned char*>(view) + at;
+  Bytes out;
+  for (uint64_t room = 64 * 1024; room <= kLargestMeasuredInView; room *= 2) {
+    Resize(out, room);
+    uint64_t taken = 0, given = 0;
+    const int result = InflateStreamStart(compressed, static_cast<uint64_t>(size - at), out.get(),
+                                          room, taken, given);
+    if (result < 0) return false;
+    if (result == 0) continue;
+    measure.taken = taken;
+    measure.given = given;
+    measure.crc = Crc32(0, out.get(), given);
+    return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 bool MeasureDeflateStream(Input* input, StreamMeasure& measure) {
+  measure = StreamMeasure();
+  if (MeasureInView(input, measure)) return true;
   constexpr size_t kPiece = 64 * 1024;
   InflateStream zip_stream;
   if (!zip_stream.Init()) return false;

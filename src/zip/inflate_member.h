@@ -40,6 +40,13 @@ bool HaveWholeBufferInflater();
 bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
                         uint64_t size);
 
+// Inflates the stream at the start of compressed[0, count), which may go on
+// behind it, into out of room bytes, setting the bytes it took and gave: 1
+// when it ended cleanly, 0 when room was too small, -1 otherwise, and always
+// without the whole-buffer inflater.
+int InflateStreamStart(const unsigned char* compressed, uint64_t count, unsigned char* out,
+                       uint64_t room, uint64_t& taken, uint64_t& given);
+
 // The CRC-32 of bytes[0, count) going on from crc, that of the bytes before
 // (0 for none): libdeflate's where the build has it, which is several times
 // faster, else zlib's.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <utility>
 
 namespace velm::io {
 namespace {
@@ -37,7 +38,11 @@ uint32_t MemberIndex::Store(std::string_view name) {
     pool_used_ += kPoolChunk - used;
     used = 0;
   }
-  if (used == 0) pool_.emplace_back(new char[kPoolChunk]);
+  if (used == 0) {
+    // Owned before the vector may grow, which can throw.
+    std::unique_ptr<char[]> chunk(new char[kPoolChunk]);
+    pool_.push_back(std::move(chunk));
+  }
   const auto at = static_cast<uint32_t>(pool_used_);
   char* to = pool_.back().get() + used;
   std::memcpy(to, name.data(), name.size());
@@ -61,7 +66,10 @@ void MemberIndex::Grow() {
 void MemberIndex::Add(std::string_view name, ZipEntry entry) {
   // At most three quarters full, so that a probe ends soon.
   if (4 * (count_ + 1) > 3 * slots_.size()) Grow();
-  if (count_ == entries_.size() * kEntryChunk) entries_.emplace_back(new ZipEntry[kEntryChunk]);
+  if (count_ == entries_.size() * kEntryChunk) {
+    std::unique_ptr<ZipEntry[]> chunk(new ZipEntry[kEntryChunk]);
+    entries_.push_back(std::move(chunk));
+  }
   const size_t slot = SlotOf(name);
   entry.name_at = Store(name);
   entries_[count_ / kEntryChunk][count_ % kEntryChunk] = entry;

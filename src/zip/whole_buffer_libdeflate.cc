@@ -18,6 +18,22 @@ struct DecompressorFree {
 
 bool HaveWholeBufferInflater() { return true; }
 
+int InflateStreamStart(const unsigned char* compressed, uint64_t count, unsigned char* out,
+                       uint64_t room, uint64_t& taken, uint64_t& given) {
+  std::unique_ptr<libdeflate_decompressor, DecompressorFree> decompressor(
+      libdeflate_alloc_decompressor());
+  if (!decompressor) return -1;
+  size_t in = 0, made = 0;
+  const libdeflate_result result =
+      libdeflate_deflate_decompress_ex(decompressor.get(), compressed, static_cast<size_t>(count),
+                                       out, static_cast<size_t>(room), &in, &made);
+  if (result == LIBDEFLATE_INSUFFICIENT_SPACE) return 0;
+  if (result != LIBDEFLATE_SUCCESS) return -1;
+  taken = in;
+  given = made;
+  return 1;
+}
+
 bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
                         uint64_t size) {
   // Without memory for it, zlib does the work and tells of the lack its way.
