@@ -50,7 +50,7 @@ class MemberIndex {
  private:
   // A name holds at most 65,535 bytes, so with its NUL it fits one chunk.
   static constexpr uint32_t kPoolChunk = 64 * 1024;
-  static constexpr uint32_t kEntryChunk = 4096;
+  static constexpr uint32_t kEntryChunk = 1024;
 
   // The slot that holds name's number, or the empty one where it would go.
   size_t SlotOf(std::string_view name) const;
