@@ -1,5 +1,6 @@
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -15,6 +16,12 @@ void Fail(const std::string& message) {
   std::fprintf(stderr, "peers: FAILED: %s\n", message.c_str());
   std::fflush(stderr);
   std::_Exit(2);
+}
+
+double Median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  const size_t n = values.size();
+  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 Drain::Drain(std::string reader, bool verify)

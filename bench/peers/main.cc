@@ -89,12 +89,6 @@ double Measure(Reader& reader, Column column, const Workload& work, bool verify)
   return took.count();
 }
 
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  size_t n = values.size();
-  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
-}
-
 struct Row {
   std::unique_ptr<Reader> reader;
   std::string name;

@@ -31,8 +31,8 @@ velmio_find_peer(minizip minizip minizip/unzip.h minizip)
 
 add_executable(peers peers/main.cc peers/drain.cc peers/peak_memory.cc
   peers/real_archives.cc peers/velmio_reader.cc peers/workload.cc)
-target_link_libraries(peers PRIVATE velmio velmio_bench_text velmio_zip_writer
-  Threads::Threads velmio_warnings)
+target_link_libraries(peers PRIVATE velmio velmio_bench_text velmio_zip_reader
+  velmio_zip_writer Threads::Threads velmio_warnings)
 # The floor of the real archives' run is libdeflate alone.
 if(TARGET velmio_libdeflate)
   target_link_libraries(peers PRIVATE velmio_libdeflate)

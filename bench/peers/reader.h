@@ -20,6 +20,9 @@ struct Entry {
 // every number in the table worthless.
 [[noreturn]] void Fail(const std::string& message);
 
+// The median of times measured in runs.
+double Median(std::vector<double> values);
+
 // Takes the bytes of one member after another from one reader on one
 // thread, into its own buffer, and checks each member's length, and on a
 // verifying pass its CRC-32, against the Entry.

@@ -5,10 +5,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <memory>
 
 #include <velm/io/opener>
+
+#include "central_directory.h"
+#include "input_reading.h"
 
 #ifdef VELMIO_PEERS_FLOOR
 #include <libdeflate.h>
@@ -17,16 +19,10 @@
 namespace velm::bench {
 namespace {
 
-uint64_t Get(const std::string& bytes, size_t at, int width) {
-  uint64_t value = 0;
-  for (int i = width; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[at + i]);
-  return value;
-}
-
-// One member as the central directory gives it, where its local header is.
+// One member as the central directory gives it, where its data start.
 struct Member {
   Entry entry;
-  uint64_t header = 0;
+  uint64_t data = 0;
   uint64_t compressed = 0;
   int method = 0;
 };
@@ -38,36 +34,34 @@ struct Archive {
   std::vector<Entry> entries;
 };
 
-// The stored and deflated files of the central directory, without Zip64
-// (no real archive here needs it) and without what the engine cannot reach
-// by name: directories, encrypted members, names it refuses.
+// The stored and deflated files of the central directory, without what the
+// engine cannot reach by name: directories, encrypted members, names it
+// refuses.
 Archive ListArchive(const std::string& path, io::Opener& zip) {
   Archive archive;
   archive.path = path;
-  std::ifstream file(path, std::ios::binary);
-  archive.bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-  const std::string& b = archive.bytes;
-  size_t end = b.size() >= 22 ? b.size() - 22 : std::string::npos;
-  while (end != std::string::npos && Get(b, end, 4) != 0x06054b50)
-    end = end ? end - 1 : std::string::npos;
-  if (end == std::string::npos) Fail(path + ": no end of central directory");
-  size_t at = Get(b, end + 16, 4);
-  for (uint64_t n = Get(b, end + 10, 2); n-- > 0 && at + 46 <= b.size();) {
+  std::unique_ptr<io::Input> file(io::GetOpener(io::OpenerTypeSys)->OpenInput(path));
+  tool::CentralDirectory directory;
+  std::string error;
+  if (!file || !tool::ReadCentralDirectory(*file, directory, error)) Fail(path + ": " + error);
+  for (const tool::CentralEntry& central : directory.entries) {
+    tool::LocalHeader local;
+    if ((central.flags & 1) || (central.method != 0 && central.method != 8) ||
+        !zip.IsFile(central.name) || !tool::ReadLocalHeader(*file, central.header_offset, local)) {
+      continue;
+    }
     Member m;
-    const int flags = static_cast<int>(Get(b, at + 8, 2));
-    m.method = static_cast<int>(Get(b, at + 10, 2));
-    m.entry.crc = static_cast<uint32_t>(Get(b, at + 16, 4));
-    m.compressed = Get(b, at + 20, 4);
-    m.entry.size = Get(b, at + 24, 4);
-    const size_t name = Get(b, at + 28, 2), extra = Get(b, at + 30, 2),
-                 comment = Get(b, at + 32, 2);
-    m.header = Get(b, at + 42, 4);
-    m.entry.name = b.substr(at + 46, name);
-    at += 46 + name + extra + comment;
-    if ((flags & 1) || (m.method != 0 && m.method != 8) || !zip.IsFile(m.entry.name)) continue;
+    m.entry.name = central.name;
+    m.entry.size = central.uncompressed_size;
+    m.entry.crc = central.crc32;
+    m.data = local.data_offset;
+    m.compressed = central.compressed_size;
+    m.method = central.method;
     archive.members.push_back(m);
     archive.entries.push_back(m.entry);
   }
+  if (file->Seek(0, 0) != 0 || !tool::ReadAll(*file, archive.bytes))
+    Fail(path + ": cannot read it");
   return archive;
 }
 
@@ -83,13 +77,12 @@ double Floor(const std::vector<Archive>& archives, std::vector<char>& out,
              libdeflate_decompressor* inflater) {
   const auto start = std::chrono::steady_clock::now();
   for (const Archive& archive : archives) {
-    const std::string& b = archive.bytes;
     for (const Member& m : archive.members) {
-      const size_t data = m.header + 30 + Get(b, m.header + 26, 2) + Get(b, m.header + 28, 2);
+      const char* data = archive.bytes.data() + m.data;
       size_t made = 0;
       if (m.method == 0) {
-        std::memcpy(out.data(), b.data() + data, m.entry.size);
-      } else if (libdeflate_deflate_decompress(inflater, b.data() + data, m.compressed, out.data(),
+        std::memcpy(out.data(), data, m.entry.size);
+      } else if (libdeflate_deflate_decompress(inflater, data, m.compressed, out.data(),
                                                m.entry.size, &made) != LIBDEFLATE_SUCCESS) {
         Fail(archive.path + ": floor cannot inflate " + m.entry.name);
       }
@@ -105,12 +98,6 @@ double ReadAll(Reader& reader, const std::vector<Archive>& archives, bool verify
     reader.Mount(archive.path)->Read(archive.entries, 0, archive.entries.size(), verify);
   }
   return Milliseconds(start);
-}
-
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  const size_t n = values.size();
-  return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
 }
 
 }  // namespace

@@ -140,8 +140,9 @@ bool MeasureInView(Input* input, StreamMeasure& measure) {
   const char* view = viewed->GetView();
   if (view == nullptr || at < 0 || at >= size) return false;
   const auto* compressed = reinterpret_cast<const unsigned char*>(view) + at;
-  Bytes out;
   for (uint64_t room = 64 * 1024; room <= kLargestMeasuredInView; room *= 2) {
+    // A fresh block: growing the last one would copy what is thrown away.
+    Bytes out;
     Resize(out, room);
     uint64_t taken = 0, given = 0;
     const int result = InflateStreamStart(compressed, static_cast<uint64_t>(size - at), out.get(),

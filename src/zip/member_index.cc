@@ -19,7 +19,7 @@ size_t MemberIndex::SlotOf(std::string_view name) const {
   const size_t mask = slots_.size() - 1;
   for (size_t slot = std::hash<std::string_view>()(name) & mask;; slot = (slot + 1) & mask) {
     const uint32_t held = slots_[slot];
-    if (held == 0 || NameOf(At(held - 1)) == name) return slot;
+    if (held == 0 || NameAt(held - 1) == name) return slot;
   }
 }
 
@@ -57,7 +57,7 @@ void MemberIndex::Grow() {
   const size_t mask = slots_.size() - 1;
   for (uint32_t held : old) {
     if (held == 0) continue;
-    size_t slot = std::hash<std::string_view>()(NameOf(At(held - 1))) & mask;
+    size_t slot = std::hash<std::string_view>()(NameAt(held - 1)) & mask;
     while (slots_[slot] != 0) slot = (slot + 1) & mask;
     slots_[slot] = held;
   }
@@ -80,9 +80,8 @@ void MemberIndex::Add(std::string_view name, ZipEntry entry) {
 void MemberIndex::Sort() {
   sorted_.resize(count_);
   for (size_t i = 0; i < count_; ++i) sorted_[i] = static_cast<uint32_t>(i);
-  std::sort(sorted_.begin(), sorted_.end(), [this](uint32_t a, uint32_t b) {
-    return std::strcmp(NameOf(At(a)), NameOf(At(b))) < 0;
-  });
+  std::sort(sorted_.begin(), sorted_.end(),
+            [this](uint32_t a, uint32_t b) { return std::strcmp(NameAt(a), NameAt(b)) < 0; });
 }
 
 // strcmp orders bytes as unsigned values, as string_view does; names hold
@@ -90,10 +89,10 @@ void MemberIndex::Sort() {
 MemberIndex::Range MemberIndex::WithPrefix(std::string_view prefix) const {
   auto first = std::lower_bound(sorted_.begin(), sorted_.end(), prefix,
                                 [this](uint32_t number, std::string_view key) {
-                                  return std::string_view(NameOf(At(number))) < key;
+                                  return std::string_view(NameAt(number)) < key;
                                 });
   auto last = std::partition_point(first, sorted_.end(), [this, prefix](uint32_t number) {
-    return StartsWith(NameOf(At(number)), prefix);
+    return StartsWith(NameAt(number), prefix);
   });
   return {first, last};
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "zip/zip_entry.h"
@@ -36,21 +37,24 @@ class MemberIndex {
   // Orders the entries by name for WithPrefix; no Add after it.
   void Sort();
 
-  const char* NameOf(const ZipEntry& entry) const {
-    return pool_[entry.name_at / kPoolChunk].get() + entry.name_at % kPoolChunk;
-  }
   using Range =
       std::pair<std::vector<uint32_t>::const_iterator, std::vector<uint32_t>::const_iterator>;
-  // The entries whose names begin with prefix, in byte order: numbers for At.
+  // The entries whose names begin with prefix, in byte order: numbers for
+  // NameAt.
   Range WithPrefix(std::string_view prefix) const;
-  const ZipEntry& At(uint32_t number) const {
-    return entries_[number / kEntryChunk][number % kEntryChunk];
+  const char* NameAt(uint32_t number) const {
+    const uint32_t at = At(number).name_at;
+    return pool_[at / kPoolChunk].get() + at % kPoolChunk;
   }
 
  private:
   // A name holds at most 65,535 bytes, so with its NUL it fits one chunk.
   static constexpr uint32_t kPoolChunk = 64 * 1024;
   static constexpr uint32_t kEntryChunk = 1024;
+
+  const ZipEntry& At(uint32_t number) const {
+    return entries_[number / kEntryChunk][number % kEntryChunk];
+  }
 
   // The slot that holds name's number, or the empty one where it would go.
   size_t SlotOf(std::string_view name) const;

@@ -1,7 +1,5 @@
 #include "zip/opener_zip.h"
 
-#include <algorithm>
-#include <cstring>
 #include <memory>
 
 #include <velm/log/log>

@@ -20,6 +20,7 @@ bool HaveWholeBufferInflater() { return true; }
 
 int InflateStreamStart(const unsigned char* compressed, uint64_t count, unsigned char* out,
                        uint64_t room, uint64_t& taken, uint64_t& given) {
+  // Without memory for it, zlib does the work and tells of the lack its way.
   std::unique_ptr<libdeflate_decompressor, DecompressorFree> decompressor(
       libdeflate_alloc_decompressor());
   if (!decompressor) return -1;
@@ -36,15 +37,8 @@ int InflateStreamStart(const unsigned char* compressed, uint64_t count, unsigned
 
 bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
                         uint64_t size) {
-  // Without memory for it, zlib does the work and tells of the lack its way.
-  std::unique_ptr<libdeflate_decompressor, DecompressorFree> decompressor(
-      libdeflate_alloc_decompressor());
-  if (!decompressor) return false;
-  size_t produced = 0;
-  const libdeflate_result result =
-      libdeflate_deflate_decompress_ex(decompressor.get(), compressed, static_cast<size_t>(count),
-                                       out, static_cast<size_t>(size), nullptr, &produced);
-  return result == LIBDEFLATE_SUCCESS && produced == size;
+  uint64_t taken = 0, given = 0;
+  return InflateStreamStart(compressed, count, out, size, taken, given) == 1 && given == size;
 }
 
 uint32_t Crc32(uint32_t crc, const unsigned char* bytes, uint64_t count) {
