@@ -1,4 +1,4 @@
-#include "core/standardize_path.h"
+#include <string_view>
 
 #include <velm/io/path>
 
@@ -22,44 +22,40 @@ bool IsRejected(unsigned char byte) {
   }
 }
 
-// Applies one component; false only for ".." with nothing left to remove.
-// A lone "." vanishes inside the path but is kept as the last component.
-bool Apply(std::string& current, bool last, std::vector<std::string>& tokens) {
-  if (current == "..") {
-    if (tokens.empty()) return false;
-    tokens.pop_back();
-  } else if (!current.empty() && (last || current != ".")) {
-    tokens.push_back(std::move(current));
+// Applies one component to the path joined so far; false only for ".." with
+// nothing left to remove. A lone "." vanishes inside the path but is kept as
+// the last component. Components are never empty and hold no separator, so
+// an empty path has none and the last one starts behind the last '/'.
+bool Apply(std::string_view component, bool last, std::string& joined) {
+  if (component == "..") {
+    if (joined.empty()) return false;
+    const size_t slash = joined.rfind('/');
+    joined.resize(slash == std::string::npos ? 0 : slash);
+  } else if (!component.empty() && (last || component != ".")) {
+    if (!joined.empty()) joined.push_back('/');
+    joined.append(component);
   }
-  current.clear();
   return true;
 }
 
 }  // namespace
 
-bool TokenizePathASCII(const std::string& in, std::vector<std::string>& tokens) {
-  tokens.clear();
-  std::string current;
-  for (char c : in) {
-    unsigned char byte = static_cast<unsigned char>(c);
+// Every open and query of an archive comes through here: one pass, one
+// string, no string per component.
+bool StandardizePathASCII(const std::string& in, std::string& out) {
+  const std::string_view path(in);
+  std::string joined;
+  joined.reserve(path.size());
+  size_t start = 0;
+  for (size_t i = 0; i < path.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(path[i]);
     if (IsRejected(byte)) return false;
     if (byte == '/' || byte == '\\') {
-      if (!Apply(current, false, tokens)) return false;
-    } else {
-      current.push_back(c);
+      if (!Apply(path.substr(start, i - start), false, joined)) return false;
+      start = i + 1;
     }
   }
-  return Apply(current, true, tokens);
-}
-
-bool StandardizePathASCII(const std::string& in, std::string& out) {
-  std::vector<std::string> tokens;
-  if (!TokenizePathASCII(in, tokens)) return false;
-  std::string joined;
-  for (size_t i = 0; i < tokens.size(); ++i) {
-    if (i != 0) joined.push_back('/');
-    joined += tokens[i];
-  }
+  if (!Apply(path.substr(start), true, joined)) return false;
   out = std::move(joined);
   return true;
 }

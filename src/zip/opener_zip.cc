@@ -47,13 +47,14 @@ bool OpenerZip::ScanArchive(Input* archive) {
   input->Seek(0, 0);
   if (!input->IsEOF()) {
     LocalRecord record;
-    std::vector<size_t> parents;
+    std::vector<std::pair<size_t, size_t>> parents;
     uint64_t key_bytes = 0;
     while (ReadLocalRecord(input, record)) {
       const std::string& entry_name = record.name;
       const ZipEntry& entry = record.entry;
       // The first record of a name wins; a later one is logged and skipped.
-      const bool first = index_.Find(entry_name) == nullptr;
+      const size_t hash = MemberIndex::Hash(entry_name);
+      const bool first = index_.Find(entry_name, hash) == nullptr;
       // Parents are checked before any of their keys is made, so that the
       // check costs no more than the bound allows. The record that passes
       // the bound leaves nothing.
@@ -69,9 +70,9 @@ bool OpenerZip::ScanArchive(Input* archive) {
                      static_cast<int>(record.header_uncompress_size), static_cast<int>(entry.flags),
                      static_cast<int>(entry.offset));
       if (first) {
-        index_.Add(entry_name, entry);
-        for (size_t length : parents)
-          index_.Add(std::string_view(entry_name).substr(0, length), {});
+        index_.Add(entry_name, hash, entry);
+        for (const auto& [length, parent_hash] : parents)
+          index_.Add(std::string_view(entry_name).substr(0, length), parent_hash, {});
       }
       if (input->IsEOF()) break;
     }
@@ -81,7 +82,6 @@ bool OpenerZip::ScanArchive(Input* archive) {
   // Everything that can throw comes before taking ownership, so that a
   // failure leaves the archive with the caller alone.
   std::string new_root = archive->GetPath() + "://";
-  index_.Sort();
   // The reader takes input only once its memory is had.
   reader_ = std::make_shared<ArchiveReader>(archive);
   root_.swap(new_root);
@@ -89,9 +89,9 @@ bool OpenerZip::ScanArchive(Input* archive) {
 }
 
 bool OpenerZip::ReserveKeys(std::string_view entry_name, uint64_t bound, uint64_t& key_bytes,
-                            std::vector<size_t>& parents) const {
+                            std::vector<std::pair<size_t, size_t>>& parents) const {
   uint64_t total = key_bytes + entry_name.size();
-  uint64_t pooled = entry_name.size() + 1;
+  uint64_t pooled = entry_name.size() + 2;
   if (total > bound) return false;
   // Index 0 is never a parent's end, so a leading "/" makes no entry "/".
   for (size_t i = entry_name.size(); i-- > 1;) {
@@ -100,11 +100,12 @@ bool OpenerZip::ReserveKeys(std::string_view entry_name, uint64_t bound, uint64_
     if (i + 1 == entry_name.size()) break;
     const std::string_view prefix = entry_name.substr(0, i + 1);
     // A known prefix means everything above it is known as well.
-    if (index_.Find(prefix) != nullptr) break;
+    const size_t hash = MemberIndex::Hash(prefix);
+    if (index_.Find(prefix, hash) != nullptr) break;
     total += prefix.size();
-    pooled += prefix.size() + 1;
+    pooled += prefix.size() + 2;
     if (total > bound) return false;
-    parents.push_back(prefix.size());
+    parents.emplace_back(prefix.size(), hash);
   }
   // A name that does not fit the rest of a pool chunk leaves that rest
   // unused: the pool grows by at most twice what it holds.

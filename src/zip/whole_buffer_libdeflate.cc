@@ -1,5 +1,6 @@
 #include <libdeflate.h>
 
+#include <atomic>
 #include <memory>
 
 #include "zip/inflate_member.h"
@@ -8,10 +9,46 @@ namespace velm::io {
 
 namespace {
 
-struct DecompressorFree {
-  void operator()(libdeflate_decompressor* decompressor) const {
+// Decompressors left by finished inflates, for the next ones: allocating one
+// for each member costs about a tenth of inflating a small one. The slots
+// are taken and given back without a lock, so opens on several threads
+// share them; a decompressor that finds no free slot is freed.
+class SpareDecompressors {
+ public:
+  SpareDecompressors() = default;
+  SpareDecompressors(const SpareDecompressors&) = delete;
+  SpareDecompressors& operator=(const SpareDecompressors&) = delete;
+  ~SpareDecompressors() {
+    for (auto& slot : slots_) {
+      if (libdeflate_decompressor* spare = slot.exchange(nullptr))
+        libdeflate_free_decompressor(spare);
+    }
+  }
+
+  // A decompressor of the caller's; null only without memory for one.
+  libdeflate_decompressor* Take() {
+    for (auto& slot : slots_) {
+      if (libdeflate_decompressor* spare = slot.exchange(nullptr)) return spare;
+    }
+    return libdeflate_alloc_decompressor();
+  }
+
+  void Give(libdeflate_decompressor* decompressor) {
+    for (auto& slot : slots_) {
+      libdeflate_decompressor* empty = nullptr;
+      if (slot.compare_exchange_strong(empty, decompressor)) return;
+    }
     libdeflate_free_decompressor(decompressor);
   }
+
+ private:
+  std::atomic<libdeflate_decompressor*> slots_[8] = {};
+};
+
+SpareDecompressors spares;
+
+struct GiveBack {
+  void operator()(libdeflate_decompressor* decompressor) const { spares.Give(decompressor); }
 };
 
 }  // namespace
@@ -21,8 +58,7 @@ bool HaveWholeBufferInflater() { return true; }
 int InflateStreamStart(const unsigned char* compressed, uint64_t count, unsigned char* out,
                        uint64_t room, uint64_t& taken, uint64_t& given) {
   // Without memory for it, zlib does the work and tells of the lack its way.
-  std::unique_ptr<libdeflate_decompressor, DecompressorFree> decompressor(
-      libdeflate_alloc_decompressor());
+  std::unique_ptr<libdeflate_decompressor, GiveBack> decompressor(spares.Take());
   if (!decompressor) return -1;
   size_t in = 0, made = 0;
   const libdeflate_result result =
