@@ -129,29 +129,37 @@ namespace {
 // memory a whole output would take.
 constexpr uint64_t kLargestMeasuredInView = uint64_t{64} << 20;
 
+void GrowBlock(MeasureBlock& block, uint64_t room) {
+  if (block.room >= room) return;
+  // A fresh block: growing the last one would copy what is thrown away.
+  block.bytes.reset();
+  block.room = 0;
+  Resize(block.bytes, room);
+  block.room = room;
+}
+
 // Where the stream lies in a mapped view, the whole-buffer inflater measures
 // it at once, into a block that doubles while it is too small: several
 // times faster than zlib, which is left what this one refuses, so that
 // every stream a compressor writes ends as zlib ends it.
-bool MeasureInView(Input* input, StreamMeasure& measure) {
+bool MeasureInView(Input* input, StreamMeasure& measure, MeasureBlock& block) {
   const auto* viewed = dynamic_cast<const ViewedInput*>(input);
   if (viewed == nullptr || !HaveWholeBufferInflater()) return false;
   const int64_t at = input->Tell(), size = input->GetSize();
   const char* view = viewed->GetView();
   if (view == nullptr || at < 0 || at >= size) return false;
   const auto* compressed = reinterpret_cast<const unsigned char*>(view) + at;
-  for (uint64_t room = 64 * 1024; room <= kLargestMeasuredInView; room *= 2) {
-    // A fresh block: growing the last one would copy what is thrown away.
-    Bytes out;
-    Resize(out, room);
+  for (uint64_t room = std::max<uint64_t>(block.room, 64 * 1024); room <= kLargestMeasuredInView;
+       room *= 2) {
+    GrowBlock(block, room);
     uint64_t taken = 0, given = 0;
-    const int result = InflateStreamStart(compressed, static_cast<uint64_t>(size - at), out.get(),
-                                          room, taken, given);
+    const int result = InflateStreamStart(compressed, static_cast<uint64_t>(size - at),
+                                          block.bytes.get(), room, taken, given);
     if (result < 0) return false;
     if (result == 0) continue;
     measure.taken = taken;
     measure.given = given;
-    measure.crc = Crc32(0, out.get(), given);
+    measure.crc = Crc32(0, block.bytes.get(), given);
     return true;
   }
   return false;
@@ -159,16 +167,16 @@ bool MeasureInView(Input* input, StreamMeasure& measure) {
 
 }  // namespace
 
-bool MeasureDeflateStream(Input* input, StreamMeasure& measure) {
+bool MeasureDeflateStream(Input* input, StreamMeasure& measure, MeasureBlock& block) {
   measure = StreamMeasure();
-  if (MeasureInView(input, measure)) return true;
+  if (MeasureInView(input, measure, block)) return true;
   constexpr size_t kPiece = 64 * 1024;
   InflateStream zip_stream;
   if (!zip_stream.Init()) return false;
   z_stream& state = zip_stream.state;
   // Input and output share one block; the output is summed and dropped.
-  std::unique_ptr<unsigned char[]> block(new unsigned char[2 * kPiece]);
-  unsigned char* const in = block.get();
+  GrowBlock(block, 2 * kPiece);
+  unsigned char* const in = block.bytes.get();
   unsigned char* const out = in + kPiece;
   measure = StreamMeasure();
   // Reads start small and grow: most streams are short, and what is read

@@ -60,10 +60,18 @@ struct StreamMeasure {
   uint32_t crc = 0;
 };
 
+// Output room for measuring, kept from one record of a walk to the next: a
+// block made for each stream cost a fresh allocation and, for a stream that
+// outgrew it, the work done into each smaller one.
+struct MeasureBlock {
+  Bytes bytes;
+  uint64_t room = 0;
+};
+
 // Inflates the deflate stream that input holds from its position, keeping
 // none of the output. False where the stream is damaged or the input ends
 // or fails first. Leaves input somewhere behind the bytes the stream took.
-bool MeasureDeflateStream(Input* input, StreamMeasure& measure);
+bool MeasureDeflateStream(Input* input, StreamMeasure& measure, MeasureBlock& block);
 
 }  // namespace velm::io
 

@@ -78,7 +78,7 @@ bool ReadLocalRecord(Input* input, LocalRecord& record) {
   if (data_start < 0) return false;
   entry.offset = static_cast<uint64_t>(data_start);
   record.name_end = data_start - extra_length;
-  if (streamed) return FindStreamedEnd(input, zip64, entry);
+  if (streamed) return FindStreamedEnd(input, zip64, entry, record.measure_block);
   if (entry.compress_size > static_cast<uint64_t>(std::numeric_limits<int64_t>::max()))
     return false;
   return input->Seek(static_cast<int64_t>(entry.compress_size), 1) != -1;

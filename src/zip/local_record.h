@@ -6,6 +6,7 @@
 
 #include <velm/io/stream>
 
+#include "zip/inflate_member.h"
 #include "zip/zip_entry.h"
 
 namespace velm::io {
@@ -21,6 +22,8 @@ struct LocalRecord {
   // Where the name ends: bytes up to here were read, so the archive really
   // holds them, unlike the sizes a record claims.
   int64_t name_end = 0;
+  // Kept from one record to the next by a walk that reuses the record.
+  MeasureBlock measure_block;
 };
 
 // Reads the record at input's position and leaves input behind it: behind its

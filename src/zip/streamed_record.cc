@@ -99,14 +99,14 @@ bool FindStoredEnd(Input* input, bool zip64, ZipEntry& entry) {
 
 }  // namespace
 
-bool FindStreamedEnd(Input* input, bool zip64, ZipEntry& entry) {
+bool FindStreamedEnd(Input* input, bool zip64, ZipEntry& entry, MeasureBlock& block) {
   if (entry.compress_size != 0) {
     return StepOverDescriptor(input, entry.offset + entry.compress_size, zip64, entry);
   }
   switch (entry.compress_method) {
     case zip::kMethodDeflated: {
       StreamMeasure measure;
-      if (!MeasureDeflateStream(input, measure)) return false;
+      if (!MeasureDeflateStream(input, measure, block)) return false;
       entry.compress_size = measure.taken;
       entry.uncompress_size = measure.given;
       entry.crc32 = measure.crc;

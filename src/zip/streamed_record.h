@@ -3,6 +3,7 @@
 
 #include <velm/io/stream>
 
+#include "zip/inflate_member.h"
 #include "zip/zip_entry.h"
 
 namespace velm::io {
@@ -17,8 +18,8 @@ namespace velm::io {
 //
 // input stands at the data's start, entry.offset. Fills entry's sizes and
 // CRC-32 and leaves input behind the record; false where its end cannot be
-// found.
-bool FindStreamedEnd(Input* input, bool zip64, ZipEntry& entry);
+// found. block is the walk's room for measuring deflate streams.
+bool FindStreamedEnd(Input* input, bool zip64, ZipEntry& entry, MeasureBlock& block);
 
 }  // namespace velm::io
 
