@@ -72,10 +72,10 @@ int RunCheck(const Options& options) {
   std::vector<bool> seen;
   FindDifferentials(*file, name, directory, chain.walk(), seen, findings);
   for (size_t i = 0; i < directory.entries.size(); ++i) {
-    // A name with a NUL was refused already; the library knows it shorter.
+    // A name with a NUL is never seen: the library knows it shorter.
     const std::string& member = directory.entries[i].name;
     if (archive != nullptr && seen[i] && !member.empty() && member.back() != '/' &&
-        member.find('\0') == std::string::npos && IsReachableName(member)) {
+        IsReachableName(member)) {
       ReadThroughLibrary(*archive, directory.entries[i], findings);
     }
   }

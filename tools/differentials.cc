@@ -29,10 +29,6 @@ std::string Hex16(uint16_t value) {
   return text;
 }
 
-const unsigned char* Bytes(const std::string& text, size_t at = 0) {
-  return reinterpret_cast<const unsigned char*>(text.data()) + at;
-}
-
 // The values of the data descriptor behind a streamed record's data, with or
 // without its signature; false when neither form holds the central values.
 bool DescriptorAgrees(io::Input& file, const CentralEntry& entry, uint64_t data_end) {

@@ -1,6 +1,5 @@
 #include "library_walk.h"
 
-#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -21,7 +20,8 @@ const char kScanFields[] = ", compress_method ";
 
 // The archive stream, forwarded call by call: the library reads ahead only
 // through a stream of its own, so the walk moves this one's position, which
-// the scan lines are matched with.
+// the scan lines are matched with. The price: the tool's loads read without
+// read-ahead, and through mmap without the view.
 class WatchedArchive : public io::Input {
  public:
   explicit WatchedArchive(std::unique_ptr<io::Input> inner) : inner_(std::move(inner)) {}
@@ -87,9 +87,8 @@ struct Watch {
 };
 
 // A scan line comes right after the library has read a record, when the
-// archive stream stands behind it. The line prints the data's offset in 32
-// bits; the record's header starts where the one before ended, and its data
-// lie less than 4 GiB behind that.
+// archive stream stands behind it; the record's header starts where the one
+// before ended.
 void OnScanLine(void* context, const char* line) {
   Watch& watch = *static_cast<Watch*>(context);
   if (std::strncmp(line, kScanLine, sizeof kScanLine - 1) != 0) return;
@@ -110,10 +109,8 @@ void OnScanLine(void* context, const char* line) {
   }
   WalkRecord record;
   record.name.assign(line + sizeof kScanLine - 1, fields);
-  record.method = static_cast<uint16_t>(method);
   record.flags = static_cast<uint16_t>(flags);
   record.start = watch.walk.end;
-  record.data = record.start + static_cast<uint32_t>(static_cast<uint32_t>(offset) - record.start);
   record.end = static_cast<uint64_t>(position);
   watch.walk.end = record.end;
   watch.walk.records.push_back(std::move(record));
@@ -136,7 +133,7 @@ bool WalkReadsWhole(io::Input& file, const LibraryWalk& walk) {
   if (size >= 0 && walk.end >= static_cast<uint64_t>(size)) return true;
   std::string signature;
   if (!ReadAt(file, walk.end, 4, signature)) return false;
-  const uint64_t found = zip::Get(reinterpret_cast<const unsigned char*>(signature.data()), 4);
+  const uint64_t found = zip::Get(Bytes(signature), 4);
   return found == zip::kCentralHeader || found == zip::kEndRecord || found == zip::kZip64EndRecord;
 }
 

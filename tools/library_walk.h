@@ -15,11 +15,9 @@ namespace tool {
 
 struct WalkRecord {
   std::string name;  // as the library indexes it: up to a NUL byte
-  uint16_t method = 0;
   uint16_t flags = 0;
   uint64_t start = 0;  // of the local header
-  uint64_t data = 0;
-  uint64_t end = 0;  // behind the data and any data descriptor
+  uint64_t end = 0;    // behind the data and any data descriptor
 };
 
 struct LibraryWalk {

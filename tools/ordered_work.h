@@ -28,6 +28,7 @@ bool RunInOrder(size_t count, size_t window, uint64_t budget,
   struct Slot {
     bool done = false;
     Result result{};
+    uint64_t weight = 0;
     std::exception_ptr error;
   };
   std::vector<Slot> slots(count);
@@ -51,9 +52,10 @@ bool RunInOrder(size_t count, size_t window, uint64_t budget,
       } catch (...) {
         made.error = std::current_exception();
       }
-      const uint64_t made_weight = made.error ? 0 : weight(made.result);
+      made.weight = made.error ? 0 : weight(made.result);
       lock.lock();
-      waiting += made_weight;
+      waiting += made.weight;
+      slots[i].weight = made.weight;
       slots[i].result = std::move(made.result);
       slots[i].error = made.error;
       slots[i].done = true;
@@ -71,7 +73,7 @@ bool RunInOrder(size_t count, size_t window, uint64_t budget,
     ready.wait(lock, [&] { return slots[i].done; });
     Result result = std::move(slots[i].result);
     error = slots[i].error;
-    if (!error) waiting -= weight(result);
+    waiting -= slots[i].weight;
     slots[i] = Slot();
     ++used;
     room.notify_all();

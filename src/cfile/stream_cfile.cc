@@ -46,9 +46,8 @@ int64_t StreamCFile::Write(const void* buffer, size_t count) {
 
 Input* StreamCFile::Clone(Opener* opener, const std::string& path) {
   if (!file_) return ReopenByPath(opener, path);
-  BufferedFile copy(platform::calls.ReopenBuffered(file_.get()));
-  if (!copy) return nullptr;
-  return new InputCFile(opener, path, StreamCFile(std::move(copy)));
+  return CFileOver<InputCFile>(opener, path,
+                               BufferedFile(platform::calls.ReopenBuffered(file_.get())));
 }
 
 }  // namespace velm::io

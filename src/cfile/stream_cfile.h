@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "core/file_stream.h"
 #include "platform/platform.h"
@@ -47,6 +48,13 @@ class StreamCFile {
 
 using InputCFile = FileInput<StreamCFile>;
 using OutputCFile = FileOutput<StreamCFile>;
+
+// A stream over file; null if it is not open.
+template <typename Stream>
+Stream* CFileOver(Opener* opener, const std::string& path, BufferedFile file) {
+  if (!file) return nullptr;
+  return new Stream(opener, path, StreamCFile(std::move(file)));
+}
 
 }  // namespace velm::io
 

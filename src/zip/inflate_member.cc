@@ -129,15 +129,6 @@ namespace {
 // memory a whole output would take.
 constexpr uint64_t kLargestMeasuredInView = uint64_t{64} << 20;
 
-void GrowBlock(MeasureBlock& block, uint64_t room) {
-  if (block.room >= room) return;
-  // A fresh block: growing the last one would copy what is thrown away.
-  block.bytes.reset();
-  block.room = 0;
-  Resize(block.bytes, room);
-  block.room = room;
-}
-
 // Where the stream lies in a mapped view, the whole-buffer inflater measures
 // it at once, into a block that doubles while it is too small: several
 // times faster than zlib, which is left what this one refuses, so that
@@ -149,23 +140,40 @@ bool MeasureInView(Input* input, StreamMeasure& measure, MeasureBlock& block) {
   const char* view = viewed->GetView();
   if (view == nullptr || at < 0 || at >= size) return false;
   const auto* compressed = reinterpret_cast<const unsigned char*>(view) + at;
-  for (uint64_t room = std::max<uint64_t>(block.room, 64 * 1024); room <= kLargestMeasuredInView;
+  for (uint64_t room = std::max<uint64_t>(block.room(), 64 * 1024); room <= kLargestMeasuredInView;
        room *= 2) {
-    GrowBlock(block, room);
+    unsigned char* const out = block.Room(room);
     uint64_t taken = 0, given = 0;
-    const int result = InflateStreamStart(compressed, static_cast<uint64_t>(size - at),
-                                          block.bytes.get(), room, taken, given);
+    const int result =
+        InflateStreamStart(compressed, static_cast<uint64_t>(size - at), out, room, taken, given);
     if (result < 0) return false;
     if (result == 0) continue;
     measure.taken = taken;
     measure.given = given;
-    measure.crc = Crc32(0, block.bytes.get(), given);
+    measure.crc = Crc32(0, out, given);
     return true;
   }
   return false;
 }
 
 }  // namespace
+
+unsigned char* MeasureBlock::Room(uint64_t room) {
+  if (room_ < room) {
+    // A fresh block: growing the last one would copy what is thrown away.
+    bytes_.reset();
+    room_ = 0;
+    Resize(bytes_, room);
+    room_ = room;
+  }
+  return bytes_.get();
+}
+
+bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
+                        uint64_t size) {
+  uint64_t taken = 0, given = 0;
+  return InflateStreamStart(compressed, count, out, size, taken, given) == 1 && given == size;
+}
 
 bool MeasureDeflateStream(Input* input, StreamMeasure& measure, MeasureBlock& block) {
   measure = StreamMeasure();
@@ -175,10 +183,8 @@ bool MeasureDeflateStream(Input* input, StreamMeasure& measure, MeasureBlock& bl
   if (!zip_stream.Init()) return false;
   z_stream& state = zip_stream.state;
   // Input and output share one block; the output is summed and dropped.
-  GrowBlock(block, 2 * kPiece);
-  unsigned char* const in = block.bytes.get();
+  unsigned char* const in = block.Room(2 * kPiece);
   unsigned char* const out = in + kPiece;
-  measure = StreamMeasure();
   // Reads start small and grow: most streams are short, and what is read
   // beyond one is read again by the walk.
   size_t want = 4096;

@@ -60,12 +60,18 @@ struct StreamMeasure {
   uint32_t crc = 0;
 };
 
-// Output room for measuring, kept from one record of a walk to the next: a
-// block made for each stream cost a fresh allocation and, for a stream that
-// outgrew it, the work done into each smaller one.
-struct MeasureBlock {
-  Bytes bytes;
-  uint64_t room = 0;
+// Room for finding where streamed records end, kept from one record of a
+// walk to the next: a block made for each record cost a fresh allocation
+// and, for a stream that outgrew it, the work done into each smaller one.
+class MeasureBlock {
+ public:
+  uint64_t room() const { return room_; }
+  // At least room bytes, whose contents are not kept.
+  unsigned char* Room(uint64_t room);
+
+ private:
+  Bytes bytes_;
+  uint64_t room_ = 0;
 };
 
 // Inflates the deflate stream that input holds from its position, keeping

@@ -48,8 +48,9 @@ class OpenerZip final : public Opener {
   bool ScanArchive(Input* archive);
   // Adds to key_bytes the lengths of the name and of those of its parent
   // prefixes that are not indexed yet, and lists the latter in parents,
-  // deepest first, as their lengths and hashes. False, with key_bytes unchanged, as soon as the sum
-  // would pass bound, or the names would not fit the index's pool.
+  // deepest first, as their lengths and hashes. False, with key_bytes
+  // unchanged, as soon as the sum would pass bound, or the names would not
+  // fit the index's pool.
   bool ReserveKeys(std::string_view name, uint64_t bound, uint64_t& key_bytes,
                    std::vector<std::pair<size_t, size_t>>& parents) const;
   // The standardised path as a directory prefix: "" for the root, else with

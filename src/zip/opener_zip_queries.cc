@@ -58,7 +58,7 @@ void OpenerZip::List(const std::string& path, std::vector<std::string>& out) {
   if (!DirectoryPrefix(path, prefix)) return;
   auto [first, last] = index_.WithPrefix(prefix);
   for (auto it = first; it != last; ++it) {
-    std::string_view entry_name(index_.NameAt(*it));
+    const std::string_view entry_name = index_.NameAt(*it);
     if (entry_name.size() == prefix.size()) continue;
     size_t slash = entry_name.find('/', prefix.size());
     if (slash == std::string_view::npos) {
@@ -74,7 +74,7 @@ void OpenerZip::ListFiles(const std::string& path, bool recursive, std::vector<s
   if (!DirectoryPrefix(path, prefix)) return;
   auto [first, last] = index_.WithPrefix(prefix);
   for (auto it = first; it != last; ++it) {
-    std::string_view relative = std::string_view(index_.NameAt(*it)).substr(prefix.size());
+    const std::string_view relative = index_.NameAt(*it).substr(prefix.size());
     if (relative.empty() || relative.back() == '/') continue;
     if (!recursive && relative.find('/') != std::string_view::npos) continue;
     out.emplace_back(relative);

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 #include "zip/inflate_member.h"
 #include "zip/zip_format.h"
@@ -53,11 +52,10 @@ bool StepOverDescriptor(Input* input, uint64_t end, bool zip64, ZipEntry& entry)
 // Reads on through a stored record's data for the first descriptor that
 // counts and sums the bytes before it. Only positions whose size fields hold
 // their own distance from the start cost a CRC-32.
-bool FindStoredEnd(Input* input, bool zip64, ZipEntry& entry) {
+bool FindStoredEnd(Input* input, bool zip64, ZipEntry& entry, MeasureBlock& block) {
   const int width = zip64 ? 8 : 4;
   const size_t capacity = kPiece + kLongestDescriptor;
-  std::unique_ptr<unsigned char[]> block(new unsigned char[capacity]);
-  unsigned char* const window = block.get();
+  unsigned char* const window = block.Room(capacity);
   size_t held = 0;
   uint64_t base = 0;        // distance of window[0] from the data's start
   uint32_t crc_before = 0;  // of the data before window[0]
@@ -113,7 +111,7 @@ bool FindStreamedEnd(Input* input, bool zip64, ZipEntry& entry, MeasureBlock& bl
       return StepOverDescriptor(input, entry.offset + measure.taken, zip64, entry);
     }
     case zip::kMethodStored:
-      return FindStoredEnd(input, zip64, entry);
+      return FindStoredEnd(input, zip64, entry, block);
     default:  // nothing else marks its own end
       return false;
   }

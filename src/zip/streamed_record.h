@@ -18,7 +18,7 @@ namespace velm::io {
 //
 // input stands at the data's start, entry.offset. Fills entry's sizes and
 // CRC-32 and leaves input behind the record; false where its end cannot be
-// found. block is the walk's room for measuring deflate streams.
+// found. block is the walk's room for reading through the data.
 bool FindStreamedEnd(Input* input, bool zip64, ZipEntry& entry, MeasureBlock& block);
 
 }  // namespace velm::io

@@ -71,12 +71,6 @@ int InflateStreamStart(const unsigned char* compressed, uint64_t count, unsigned
   return 1;
 }
 
-bool InflateWholeBuffer(const unsigned char* compressed, uint64_t count, unsigned char* out,
-                        uint64_t size) {
-  uint64_t taken = 0, given = 0;
-  return InflateStreamStart(compressed, count, out, size, taken, given) == 1 && given == size;
-}
-
 uint32_t Crc32(uint32_t crc, const unsigned char* bytes, uint64_t count) {
   return libdeflate_crc32(crc, bytes, static_cast<size_t>(count));
 }

@@ -7,8 +7,6 @@ namespace velm::io {
 // Built without libdeflate: zlib inflates every member.
 bool HaveWholeBufferInflater() { return false; }
 
-bool InflateWholeBuffer(const unsigned char*, uint64_t, unsigned char*, uint64_t) { return false; }
-
 int InflateStreamStart(const unsigned char*, uint64_t, unsigned char*, uint64_t, uint64_t&,
                        uint64_t&) {
   return -1;

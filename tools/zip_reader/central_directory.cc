@@ -12,10 +12,6 @@ namespace zip = velm::zip;
 
 namespace {
 
-const unsigned char* Bytes(const std::string& text, size_t at = 0) {
-  return reinterpret_cast<const unsigned char*>(text.data()) + at;
-}
-
 // Every end record signature in the final 64 KiB + 22 bytes, the last
 // first: the comment behind an end record holds at most 65535 bytes.
 bool FindEndRecords(velm::io::Input& archive, uint64_t file_size, std::string& tail,
@@ -151,10 +147,6 @@ bool ReadDirectoryAt(velm::io::Input& archive, const std::string& tail, uint64_t
   out.surplus = directory.size() - pos;
   return true;
 }
-
-}  // namespace
-
-namespace {
 
 // Calls visit(tag, at, length) for each well-formed field, until it gives false.
 template <typename Visit>

@@ -27,6 +27,11 @@ bool ReadAll(velm::io::Input& input, std::string& out);
 // Exactly size bytes from offset into out; false when fewer are there.
 bool ReadAt(velm::io::Input& input, uint64_t offset, size_t size, std::string& out);
 
+// The bytes read into text from at on, as the format's readers take them.
+inline const unsigned char* Bytes(const std::string& text, size_t at = 0) {
+  return reinterpret_cast<const unsigned char*>(text.data()) + at;
+}
+
 }  // namespace tool
 
 #endif  // VELMIO_TOOLS_INPUT_READING_H_

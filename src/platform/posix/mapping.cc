@@ -67,13 +67,14 @@ MapResult Map(const std::string& path, MappedView& view) {
   const auto size = static_cast<std::uint64_t>(status.st_size);
   void* address = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, file.get(), 0);
   if (address == MAP_FAILED) return MapResult::kNoView;
+  const FileIdentity identity = IdentityOfStatus(status);
   try {
-    views.live.emplace(address, IdentityOfStatus(status));
+    views.live.emplace(address, identity);
   } catch (...) {
     ::munmap(address, size);
     throw;
   }
-  view = MappedView{static_cast<const char*>(address), size, nullptr, IdentityOfStatus(status)};
+  view = MappedView{static_cast<const char*>(address), size, nullptr, identity};
   return MapResult::kMapped;
 }
 

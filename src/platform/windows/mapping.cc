@@ -15,18 +15,14 @@ MapResult Map(const std::string& path, MappedView& view) {
   windows::WidePath wide(path);
   if (wide.IsRefused()) return MapResult::kNotOpened;
   // Share mode 0: a file that anyone holds open is not mapped, and nobody can
-  // change its size between GetFileSize and the mapping.
+  // change its size between reading it and the mapping.
   HANDLE opened = CreateFileW(wide.text, GENERIC_READ, 0, nullptr, OPEN_EXISTING,
                               FILE_ATTRIBUTE_NORMAL, nullptr);
   if (opened == INVALID_HANDLE_VALUE) return MapResult::kNotOpened;
   windows::OwnedHandle file(opened);
-  DWORD high = 0;
-  DWORD low = GetFileSize(file.get(), &high);
-  // With the high part asked for, only the error code tells a failure from a
-  // size whose low part is all ones.
-  if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) return MapResult::kNotOpened;
   FileIdentity identity;
-  if (!windows::IdentityOfHandle(file.get(), identity)) return MapResult::kNotOpened;
+  std::uint64_t size = 0;
+  if (!windows::IdentityOfHandle(file.get(), identity, &size)) return MapResult::kNotOpened;
   // An empty file cannot be mapped: the mapping fails for it.
   windows::OwnedHandle mapping(
       CreateFileMappingW(file.get(), nullptr, PAGE_READONLY, 0, 0, nullptr));
@@ -36,7 +32,7 @@ MapResult Map(const std::string& path, MappedView& view) {
   const void* data = MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, 0);
   if (data == nullptr) return MapResult::kNoView;
   view.data = static_cast<const char*>(data);
-  view.size = (static_cast<std::uint64_t>(high) << 32) | low;
+  view.size = size;
   view.mapping = mapping.release();
   view.identity = identity;
   return MapResult::kMapped;
